@@ -1,0 +1,46 @@
+# What every target is compiled with: the language, warnings, sanitizers, coverage, hardening.
+option(XKRDB_WARNINGS_ARE_ERRORS "Stop at the first warning" OFF)
+option(XKRDB_SANITIZE "Address and undefined behaviour sanitizers" OFF)
+option(XKRDB_COVERAGE "Line coverage" OFF)
+option(XKRDB_TESTS "Build the tests" ON)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+
+add_library(xkrdb_build_options INTERFACE)
+target_compile_options(
+  xkrdb_build_options
+  INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wundef -Wformat=2
+            $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
+            $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>
+            $<$<BOOL:${XKRDB_WARNINGS_ARE_ERRORS}>:-Werror>)
+
+if(XKRDB_SANITIZE)
+  target_compile_options(xkrdb_build_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                                                       -fno-omit-frame-pointer -O1)
+  target_link_options(xkrdb_build_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+if(XKRDB_COVERAGE)
+  target_compile_options(xkrdb_build_options INTERFACE --coverage -O0 -fprofile-abs-path)
+  target_link_options(xkrdb_build_options INTERFACE --coverage)
+endif()
+
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(xkrdb_build_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong
+                                                       -fstack-clash-protection)
+  target_link_options(xkrdb_build_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack,--as-needed)
+endif()

@@ -1,0 +1,17 @@
+# xkrdb_folder(<target> [FREESTANDING] SEES <folders...> SOURCES <files...> [LIBRARIES <targets...>])
+#
+# One folder of the house as an OBJECT library. Its include path holds include/, the folder itself and the folders it may
+# see, and nothing else of ours: a wrong include does not compile. FREESTANDING folders do without exceptions and RTTI,
+# since the same sources go into the device library.
+function(xkrdb_folder target)
+  cmake_parse_arguments(folder "FREESTANDING" "" "SEES;SOURCES;LIBRARIES" ${ARGN})
+  add_library(${target} OBJECT ${folder_SOURCES})
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/include" "${CMAKE_CURRENT_SOURCE_DIR}")
+  foreach(seen IN LISTS folder_SEES)
+    target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/${seen}")
+  endforeach()
+  target_link_libraries(${target} PRIVATE xkrdb_build_options ${folder_LIBRARIES})
+  if(folder_FREESTANDING)
+    target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
+  endif()
+endfunction()
