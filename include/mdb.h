@@ -76,7 +76,7 @@ static inline void MDbRefInitialize(MDbRef* ref) {
   for (i = 0; i < sizeof(name) / sizeof(name[0]); ++i) ref->catalog.name[i] = name[i];
   ref->catalog.oid = 0;
   ref->catalog.isOpen = 0;
-  for (i = 0; i < 4; ++i) ref->volume.data[i] = 0;
+  ref->volume.Data1 = ref->volume.Data2 = ref->volume.Data3 = ref->volume.Data4 = 0;
 }
 
 /* ---- environment ---------------------------------------------------------------------------------------------- */

@@ -210,9 +210,12 @@ typedef struct MDbVolFSpec {
   MDbChar path[MDB_MAX_PATH];
 } MDbVolFSpec;
 
-/* Names a mounted volume among all mounted volumes. */
+/* Names a mounted volume among all mounted volumes; its words mean nothing to a caller. */
 typedef struct MDbVolumeId {
-  uint32_t data[4];
+  uint32_t Data1;
+  uint32_t Data2;
+  uint32_t Data3;
+  uint32_t Data4;
 } MDbVolumeId;
 
 /* The catalogue of one volume: the store of every descriptive object. */

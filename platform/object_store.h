@@ -9,13 +9,8 @@
 typedef DWORD CEOID;    /* names a database or a record within its volume; 0 is none */
 typedef DWORD CEPROPID; /* high word: the application's identifier, low word: the type */
 
-/* Names a mounted volume. All words 0: the system's own store; all words 0xFFFFFFFF: no volume. */
-typedef struct CEGUID {
-  DWORD Data1;
-  DWORD Data2;
-  DWORD Data3;
-  DWORD Data4;
-} CEGUID;
+/* Names a mounted volume by four words, Data1 to Data4. All 0: the system's own store; all 0xFFFFFFFF: no volume. */
+typedef MDbVolumeId CEGUID;
 
 typedef struct CEBLOB {
   DWORD dwCount; /* bytes */

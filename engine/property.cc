@@ -1,0 +1,55 @@
+// Reading properties of platform records.
+#include "property.h"
+
+#include <algorithm>
+
+#include "mdb_try.h"
+#include "wide_copy.h"
+
+namespace mdb {
+
+void CopyBlob(const CEPROPVAL& property, void* destination, uint32_t size_bytes) {
+  if (!IsPresent(property)) return;
+  const CEBLOB& blob = property.val.blob;
+  std::copy_n(blob.lpb, std::min(blob.dwCount, size_bytes), static_cast<BYTE*>(destination));
+}
+
+void CopyText(const CEPROPVAL& property, MDbChar* destination, uint32_t size_bytes) {
+  if (IsPresent(property)) CopyWideTruncated(size_bytes, property.val.lpwstr, destination);
+}
+
+MDbStatus ProbePropSize(HANDLE database, std::span<const CEPROPID> ids, uint32_t* size_bytes) {
+  WORD count = static_cast<WORD>(ids.size());
+  BYTE* no_buffer = nullptr;
+  DWORD size = 0;
+  const CEOID oid = CeReadRecordPropsEx(database, 0, &count, ids.data(), &no_buffer, &size, 0);
+  if (oid != 0 || GetLastError() != ERROR_INSUFFICIENT_BUFFER) return MDbStatusFailed;
+  *size_bytes = size;
+  return MDbStatusOk;
+}
+
+MDbStatus ReadProps(HANDLE database, std::span<const CEPROPID> ids, PropertyBlock* block, CEOID* oid) {
+  if (oid != nullptr) *oid = 0;
+  uint32_t size_bytes = 0;
+  MDB_TRY(ProbePropSize(database, ids, &size_bytes));
+  LocalBlock memory(size_bytes);
+  if (!memory) return MDbStatusOk;
+  WORD count = static_cast<WORD>(ids.size());
+  BYTE* buffer = static_cast<BYTE*>(memory.data());
+  const CEOID read_oid = CeReadRecordPropsEx(database, 0, &count, ids.data(), &buffer, &size_bytes, 0);
+  if (read_oid == 0) return MDbStatusOk;
+  if (oid != nullptr) *oid = read_oid;
+  block->block_ = std::move(memory);
+  return MDbStatusOk;
+}
+
+MDbStatus ReadInlineProp(HANDLE database, CEPROPID id, CEPROPVAL* property, CEOID* oid) {
+  WORD count = 1;
+  BYTE* buffer = reinterpret_cast<BYTE*>(property);
+  DWORD size = kOnePropertySize;
+  const CEOID read_oid = CeReadRecordPropsEx(database, 0, &count, &id, &buffer, &size, 0);
+  if (oid != nullptr) *oid = read_oid;
+  return StatusOf(read_oid != 0 && IsPresent(*property));
+}
+
+}  // namespace mdb

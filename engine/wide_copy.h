@@ -1,0 +1,12 @@
+// The one bounded copy of text into a caller's buffer.
+#pragma once
+
+#include "mdb_types.h"
+
+namespace mdb {
+
+// Copies at most size_bytes / 2 - 1 characters of source and always terminates. The limit is signed: a size below 2
+// must not be passed.
+void CopyWideTruncated(uint32_t size_bytes, const MDbChar* source, MDbChar* destination);
+
+}  // namespace mdb
