@@ -7,6 +7,11 @@
 
 #include "platform_types.h"
 
+#if !defined(_WIN32)
+// First, so that std's names stand for the host's own functions alone: the standard library takes their addresses.
+#include <cwchar>
+#endif
+
 // Character classes of iswctype.
 enum : WORD { kWideDigit = 4, kWidePunctuation = 16 };
 
