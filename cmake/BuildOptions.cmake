@@ -19,6 +19,7 @@ set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 add_library(xkrdb_build_options INTERFACE)
 target_compile_options(
@@ -39,8 +40,20 @@ if(XKRDB_COVERAGE)
   target_link_options(xkrdb_build_options INTERFACE --coverage)
 endif()
 
+# Programs are position independent too; without this only libraries would be.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES C CXX)
+
+# What is delivered is hardened: buffer checks, stack canaries, no lazy binding, no writable and executable pages.
+# scripts/check-hardening looks for it in the binaries.
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
-  target_compile_options(xkrdb_build_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong
-                                                       -fstack-clash-protection)
-  target_link_options(xkrdb_build_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack,--as-needed)
+  include(CheckCXXCompilerFlag)
+  check_cxx_compiler_flag(-fcf-protection=full XKRDB_HAS_CONTROL_FLOW_PROTECTION)
+  check_cxx_compiler_flag(-fstack-clash-protection XKRDB_HAS_STACK_CLASH_PROTECTION)
+  target_compile_options(
+    xkrdb_build_options
+    INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong
+              $<$<BOOL:${XKRDB_HAS_CONTROL_FLOW_PROTECTION}>:-fcf-protection=full>
+              $<$<BOOL:${XKRDB_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>)
+  target_link_options(xkrdb_build_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack,-z,separate-code,--as-needed)
 endif()
