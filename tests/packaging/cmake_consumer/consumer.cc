@@ -1,2 +1,0 @@
-// The same program as C++.
-#include "../consumer.c"
