@@ -1,7 +1,7 @@
 // The attributes: one catalogue object that holds the database's settings and its display name.
 #include "attributes.h"
 
-#include <iterator>
+#include <array>
 
 #include "catalog_table.h"
 #include "wide_copy.h"
