@@ -43,7 +43,8 @@ set(XKRDB_SEAM_WRAP
 set(XKRDB_SEAM_SOURCES "${PROJECT_SOURCE_DIR}/tests/support/platform_seam.cc"
                        "${PROJECT_SOURCE_DIR}/tests/support/seam_text.cc"
                        "${PROJECT_SOURCE_DIR}/tests/support/seam_store_calls.cc"
-                       "${PROJECT_SOURCE_DIR}/tests/support/seam_other_calls.cc")
+                       "${PROJECT_SOURCE_DIR}/tests/support/seam_other_calls.cc"
+                       "${PROJECT_SOURCE_DIR}/tests/support/volume_snapshot.cc")
 
 set(XKRDB_SEAM_FOLDERS engine catalog records recset datetime objectstore wordbreaker platform_posix)
 set(XKRDB_SEAM_LIBRARIES SQLite::SQLite3 ICU::i18n ICU::uc)

@@ -1,0 +1,64 @@
+// Lines that recordings are compared with, put together from the steps that every catalogue operation is made of.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "platform_seam.h"
+
+namespace seam {
+
+using Lines = std::vector<std::string>;
+
+// Bytes of one property's header on this host; text and blobs come on top.
+constexpr size_t kPropertyHeader = sizeof(CEPROPVAL);
+
+inline Lines operator+(Lines lines, const Lines& more) {
+  lines.insert(lines.end(), more.begin(), more.end());
+  return lines;
+}
+
+inline Lines operator+(Lines lines, const std::string& line) {
+  lines.push_back(line);
+  return lines;
+}
+
+inline std::string Number(uint64_t value) {
+  char text[32];
+  std::snprintf(text, sizeof text, value < 0x10000 ? "%llu" : "0x%llX", static_cast<unsigned long long>(value));
+  return text;
+}
+
+// The look-up of a catalogue object.
+inline std::string Find(uint32_t key) { return "CeSeekDatabase(OBJG_0, VALUEFIRSTEQUAL, 0x10013=" + Number(key) + ")"; }
+
+// One step of counting the objects of a kind.
+inline std::string FindNext(uint32_t key) {
+  return "CeSeekDatabase(OBJG_0, VALUENEXTEQUAL, 0x10013=" + Number(key) + ")";
+}
+
+// A write of a catalogue object; the text of its properties in between.
+inline std::string Write(const std::string& oid, const std::string& properties) {
+  return "CeWriteRecordProps(OBJG_0, oid=" + oid + ", [" + properties + "])";
+}
+
+inline std::string Probe(const std::string& ids) {
+  return "CeReadRecordPropsEx(OBJG_0, flags=0, [" + ids + "], probe)";
+}
+
+inline std::string Read(const std::string& ids, size_t size) {
+  return "CeReadRecordPropsEx(OBJG_0, flags=0, [" + ids + "], size=" + std::to_string(size) + ")";
+}
+
+inline std::string Allocate(size_t size) { return "LocalAlloc(flags=64, " + std::to_string(size) + ")"; }
+inline std::string Free(size_t size) { return "LocalFree(" + std::to_string(size) + ")"; }
+
+// Probe, block, read: what reads a property of any size; the block is still held.
+inline Lines ProbedReadKept(const std::string& ids, size_t size) {
+  return {Probe(ids), "GetLastError()", Allocate(size), Read(ids, size)};
+}
+
+inline Lines ProbedRead(const std::string& ids, size_t size) { return ProbedReadKept(ids, size) + Free(size); }
+
+}  // namespace seam
