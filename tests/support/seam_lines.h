@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,9 @@ inline std::string Number(uint64_t value) {
   std::snprintf(text, sizeof text, value < 0x10000 ? "%llu" : "0x%llX", static_cast<unsigned long long>(value));
   return text;
 }
+
+// A path as recordings show it.
+inline std::string ToUtf8Path(const std::u16string& path) { return std::filesystem::path(path).string(); }
 
 // The look-up of a catalogue object.
 inline std::string Find(uint32_t key) { return "CeSeekDatabase(OBJG_0, VALUEFIRSTEQUAL, 0x10013=" + Number(key) + ")"; }
