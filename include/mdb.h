@@ -194,7 +194,7 @@ MDB_API MDbStatus MDbAgentGetValListSize(MDbEnv* env, int16_t index, uint32_t* s
  * A criteria text of no value (letters for a number field) is searched for by words. When the word breaker refuses the
  * text the view stays empty and the status is 0.
  * 1  the database is not open, or the record set is valid already, or the view could not be built: it then holds what
- *    was found so far and the record set stays invalid */
+ *    was found so far, the record set stays invalid, and the database must be closed before it is queried again */
 MDB_API MDbStatus MDbAgentQuery(MDbEnv* env, MDbRecset* recset, const MDbQuery* criteria);
 
 /* ---- schema: the fields --------------------------------------------------------------------------------------- */
@@ -340,7 +340,10 @@ MDB_API MDbStatus MDbDeleteTblGetRecCount(MDbEnv* env, MDbRef* ref, MDbDataTbl* 
 MDB_API MDbStatus MDbDeleteTblOpenRec(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbDataRec* rec, int16_t position,
                                       const uint32_t* oid);
 
-/* ---- records: reading ----------------------------------------------------------------------------------------- */
+/* ---- records: reading -----------------------------------------------------------------------------------------
+ * A record is read where its table stands, and opening it put the table there. Adding a record through the same table,
+ * or opening another one, moves the table: reads of the first answer 1 then, and sizes are the other record's. Field
+ * pointers taken before stay right. Close the record and open it again. */
 
 /* Puts a record handle into its reset state. Required once before it is opened. */
 MDB_API void MDbDataRecInitialize(MDbDataRec* rec);
