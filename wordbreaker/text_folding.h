@@ -1,0 +1,38 @@
+// Text with case and accents put aside, so that texts that a reader takes for the same word are equal.
+//
+// A character's folding is: its compatibility decomposition (NFKD) without marks, in full case folding. Marks are the
+// nonspacing ones (accents, points, most vowel signs above and below letters) and whatever else Unicode stacks on a
+// letter (combining class not 0); invisible format characters (soft hyphen, joiners) go as well.
+// (F1) Every character is folded for itself: the folding of a text is the foldings of its characters, one after
+// another. (F2) Folding what is folded changes nothing. (F3) Texts that are canonically equivalent have the same
+// folding.
+//
+// Decomposed first, since what case folding makes of some marks is a letter (the iota below Greek vowels). Letters that
+// have a stroke instead of a mark stay themselves: o with stroke is no o, and the dotless i of Turkish is found by
+// itself only, while its dotted capital is an i with a mark and hence an i.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace wordbreaker {
+
+struct FoldedCharacter {
+  std::u16string_view units;  // valid for as long as the program runs; may be empty
+
+  // A letter or digit of a script in which words never end between two of them, nor begin without one (Latin, Greek,
+  // Cyrillic and others below U+0590).
+  bool solid;
+};
+
+// Any code point up to 0x10FFFF, halves of surrogate pairs, too. May throw std::bad_alloc.
+FoldedCharacter FoldCharacter(char32_t character);
+
+// Takes the next character from text at position, which is moved past it; half a surrogate pair stands for itself.
+char32_t NextCharacter(std::u16string_view text, size_t& position);
+
+// Puts the folding of text into folded, which it replaces. May throw std::bad_alloc.
+void FoldText(std::u16string_view text, std::u16string& folded);
+
+}  // namespace wordbreaker
