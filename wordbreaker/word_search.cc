@@ -101,15 +101,26 @@ bool WordSearch::WordStartsAt(Place start, size_t folded_end, std::u16string_vie
     Advance(text, end.original, end.folded, solid);
     all_solid = all_solid && solid;
   }
-  if (all_solid && start.original == 0) return true;
-  if (start.original > 0) {
+  bool starts_apart = start.original == 0;
+  if (!starts_apart) {
     const char16_t before = text[start.original - 1];
     size_t next = start.original;
     const bool starts_solid = FoldCharacter(NextCharacter(text, next)).solid;
     if (starts_solid && FoldCharacter(before).solid) return false;
-    if (all_solid && ascii_rules_.AlwaysSeparates(before)) return true;
+    starts_apart = ascii_rules_.AlwaysSeparates(before);
   }
+  if (starts_apart && all_solid && IsSolidToItsEnd(end.original, text)) return true;
   return WordReaches(start.original, end.original, text);
+}
+
+// True when only solid characters follow, up to one that certainly ends the word. The whole word must be seen: a mark
+// behind a low line makes all of it no word.
+bool WordSearch::IsSolidToItsEnd(size_t position, std::u16string_view text) const {
+  size_t next = position;
+  while (position < text.size() && FoldCharacter(NextCharacter(text, next)).solid) position = next;
+  if (position == text.size() || ascii_rules_.AlwaysSeparates(text[position])) return true;
+  if (text[position] >= 0x80 || ascii_rules_.IsInWords(text[position])) return false;
+  return position + 1 == text.size() || ascii_rules_.AlwaysSeparates(text[position + 1]);
 }
 
 bool WordSearch::WordReaches(size_t start, size_t end, std::u16string_view text) {

@@ -43,6 +43,7 @@ class WordSearch {
   bool IsInAscii(const Word& word) const;
   bool IsInText(const Word& word, std::u16string_view text);
   bool WordStartsAt(Place start, size_t folded_end, std::u16string_view text);
+  bool IsSolidToItsEnd(size_t position, std::u16string_view text) const;
   bool WordReaches(size_t start, size_t end, std::u16string_view text);
 
   std::vector<Word> words_;

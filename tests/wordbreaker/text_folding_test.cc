@@ -1,7 +1,7 @@
 #include "text_folding.h"
 
 #include <gtest/gtest.h>
-#include <unicode/unistr.h>
+#include <unicode/uchar.h>
 
 #include <random>
 
@@ -59,29 +59,26 @@ TEST(TextFolding, CaseAndAccentsAreAside) {
 TEST(TextFolding, EveryCharacterFoldsAsAWholeTextDoes) {
   for (char32_t character = 0; character <= 0x10FFFF; ++character) {
     const std::u16string text = TextOf(character);
-    ASSERT_EQ(Shown(FoldCharacter(character).units), Shown(SlowFold(text))) << Shown(text);
+    ASSERT_TRUE(FoldCharacter(character).units == SlowFold(text)) << Shown(text);
   }
 }
 
 TEST(TextFolding, FoldingWhatIsFoldedChangesNothing) {
   for (char32_t character = 0; character <= 0x10FFFF; ++character) {
     const std::u16string once(FoldCharacter(character).units);
-    ASSERT_EQ(Shown(Folded(once)), Shown(once)) << Shown(TextOf(character));
+    ASSERT_TRUE(Folded(once) == once) << Shown(TextOf(character));
   }
 }
 
 TEST(TextFolding, UpperAndLowerCaseFoldAlike) {
   for (char32_t character = 0; character <= 0x10FFFF; ++character) {
-    // The dotless i's capital is the plain I, and the iota below becomes a letter when it is raised.
+    // The capital of the dotless i is the plain I, and that of the iota below vowels is a letter.
     if (character == 0x131 || character == 0x345) continue;
-    icu::UnicodeString text(static_cast<UChar32>(character));
-    const icu::UnicodeString other = text == icu::UnicodeString(text).toLower("")
-                                         ? icu::UnicodeString(text).toUpper("")
-                                         : icu::UnicodeString(text).toLower("");
-    const std::u16string upper(other.getBuffer(), static_cast<size_t>(other.length()));
-    // Capitals of vowels with an iota below spell the iota as a letter.
-    if (upper.find(u'\u0399') != std::u16string::npos && upper.size() > 1) continue;
-    ASSERT_EQ(Shown(Folded(upper)), Shown(FoldCharacter(character).units)) << Shown(TextOf(character));
+    const std::u16string_view folded = FoldCharacter(character).units;
+    for (const UChar32 other :
+         {u_toupper(static_cast<UChar32>(character)), u_tolower(static_cast<UChar32>(character))}) {
+      ASSERT_TRUE(FoldCharacter(static_cast<char32_t>(other)).units == folded) << Shown(TextOf(character));
+    }
   }
 }
 
@@ -91,7 +88,9 @@ TEST(TextFolding, RandomTextsFoldAsWholeTextsDo) {
     std::u16string text;
     for (size_t length = random() % 12; length > 0; --length) {
       // Marks and letters of many scripts, halves of pairs among them.
-      text += TextOf(random() % 4 == 0 ? 0x300 + random() % 0x70 : random() % (random() % 8 == 0 ? 0x20000 : 0x3200));
+      const auto mark = 0x300 + random() % 0x70;
+      const auto letter = random() % (random() % 8 == 0 ? 0x20000 : 0x3200);
+      text += TextOf(static_cast<char32_t>(random() % 4 == 0 ? mark : letter));
     }
     ASSERT_EQ(Shown(Folded(text)), Shown(SlowFold(text))) << Shown(text);
   }

@@ -75,6 +75,8 @@ TEST(WordMatch, EmojiAndPunctuationAreNoWords) {
       {"at sign is part of a word", u"example", u"me@example.org", false},
       {"an address by its beginning", u"me@exa", u"me@example.org", true},
       {"low line is part of a word", u"name", u"file_name", false},
+      {"low line alone is no word", u"__", u"a _ b", false},
+      {"a low line with a mark at its end makes it no word", u"na", u"name_\u0308", false},
   });
 }
 
@@ -117,8 +119,8 @@ TEST(WordMatch, Latin) {
       {"accent apart in the text", u"\u00E9co", u"une e\u0301cole", true},
       {"accent apart in the search", u"e\u0301co", u"une \u00C9COLE", true},
       {"an accent does not begin a word", u"cole", u"e\u0301cole", false},
-      {"many marks", u"zalgo", u"z\u0351\u0300a\u0310l\u0322g\u0361o\u0489\u0301", false},
-      {"many nonspacing marks", u"zalgo", u"z\u0351\u0300a\u0310l\u0322g\u0361o\u0301", true},
+      {"enclosing marks stay", u"ab", u"a\u20DDb", false},
+      {"many marks", u"zalgo", u"z\u0351\u0300a\u0310l\u0322g\u0361o\u0301", true},
       {"Vietnamese", u"viet", u"Ti\u1EBFng Vi\u1EC7t", true},
       {"Polish stroke stays", u"lodz", u"\u0141\u00F3d\u017A", false},
       {"Czech", u"rehor", u"\u0158eho\u0159", true},
