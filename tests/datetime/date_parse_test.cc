@@ -151,7 +151,7 @@ TEST(ParseDate, AnUnknownOrderReadsNothing) {
 }
 
 TEST(ParseDate, AnyCharacterButADigitSeparates) {
-  for (const char16_t separator : u"/-.,:; \tx\u5E74\uFF11\u0661\uD83D") {
+  for (const char16_t separator : u"/-.,:; \tx\u5E74\uFF11\u0661\xD83D") {
     if (separator == 0) continue;
     const FixedClock clock(2026);
     const std::u16string text = u"5" + std::u16string(1, separator) + u"6" + separator + u"2024";

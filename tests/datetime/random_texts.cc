@@ -127,7 +127,7 @@ TimeFormat RandomTexts::TimeFormatOfAnyKind() {
 
 char16_t RandomTexts::Character() {
   static const std::u16string kCharacters =
-      u"00112233445566778899//--..::  AaPpMmHhXx$+\t\u5E74\uFF11\u0663\u00A0\uD83D";
+      u"00112233445566778899//--..::  AaPpMmHhXx$+\t\u5E74\uFF11\u0663\u00A0\xD83D";
   return kCharacters[static_cast<std::size_t>(Below(static_cast<int>(kCharacters.size())))];
 }
 

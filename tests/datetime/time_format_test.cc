@@ -136,8 +136,8 @@ TEST(FormatTime, AnyOtherStateLeavesTheBuffer) {
 // No text gives such a record. It is written by the same steps: one negative number turns the sign of all three.
 TEST(FormatTime, NumbersOfDifferentSignNeedNoMoreThan20Units) {
   EXPECT_EQ(Format({1, -30, 0, MDbTimePlain, 0}), u"--1");
-  for (const int16_t hours : {INT16_MIN, int16_t{-7}, int16_t{7}, INT16_MAX}) {
-    for (const int16_t minutes : {INT16_MIN, int16_t{-480}, int16_t{30}, INT16_MAX}) {
+  for (const int16_t hours : std::initializer_list<int16_t>{INT16_MIN, int16_t{-7}, int16_t{7}, INT16_MAX}) {
+    for (const int16_t minutes : std::initializer_list<int16_t>{INT16_MIN, int16_t{-480}, int16_t{30}, INT16_MAX}) {
       for (const int32_t state : {MDbTimePlain, MDbTimeTwelveHour}) {
         TextBuffer buffer(20);
         TimeFormat format = TimeFormatOf(u"before", u"dinner", u"oclock");
