@@ -75,7 +75,8 @@ TEST(FormatDate, AnyOtherStatusLeavesTheBuffer) {
 }
 
 TEST(FormatDate, NoRecordNeedsMoreThan11Units) {
-  for (const int16_t number : std::initializer_list<int16_t>{INT16_MIN, int16_t{-480}, int16_t{-9}, int16_t{100}, INT16_MAX}) {
+  for (const int16_t number :
+       std::initializer_list<int16_t>{INT16_MIN, int16_t{-480}, int16_t{-9}, int16_t{100}, INT16_MAX}) {
     for (int order = 0; order < 6; ++order) {
       TextBuffer buffer(11);
       FormatDateText({number, number, number, MDbDateValid, 0, -1}, buffer,

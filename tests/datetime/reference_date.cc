@@ -119,7 +119,8 @@ std::optional<Fields> AssignNumbers(const std::wstring& text, unsigned order) {
 }
 
 bool Exists(int year, int month, int day) {
-  if (year < 1 || year > 3000 || month < 1 || day < 1) return false;
+  // The parts of <chrono>'s dates are bytes, so that larger numbers would wrap.
+  if (year < 1 || year > 3000 || month < 1 || month > 12 || day < 1 || day > 31) return false;
   return std::chrono::year_month_day(std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
                                      std::chrono::day(static_cast<unsigned>(day)))
       .ok();
