@@ -10,13 +10,15 @@
  *
  * Conventions
  *   Status    Every call returns an MDbStatus, 0 for success, unless it says otherwise. Where a call lists statuses,
- * they stand in the order in which they are tested; "1" alone stands for MDbStatusFailed. A failure of the file or of
- * memory is 1 as well. On failure outputs are as they were, unless the call says otherwise. Text      UTF-16,
- * zero-terminated. Buffer sizes are in bytes. A copy takes at most size / 2 - 1 characters, cuts what is longer without
- * notice, and always terminates; a size below 2 must not be passed. Size queries answer in bytes including the
- * terminator. Index     Fields, value lists and positions count from 0. Pointers  Arguments are trusted: a null pointer
- * is allowed only where a call says so. No pointer is kept after the call returns, except MDbQuery.text and the blocks
- * behind MDbDataRec and MDbFieldOpTbl, which the library allocates itself and frees when the record or table is closed.
+ *             they stand in the order in which they are tested; "1" alone stands for MDbStatusFailed. A failure of the
+ *             file or of memory is 1 as well. On failure outputs are as they were, unless the call says otherwise.
+ *   Text      UTF-16, zero-terminated. Buffer sizes are in bytes. A copy takes at most size / 2 - 1 characters, cuts
+ *             what is longer without notice, and always terminates; a size below 2 must not be passed. Size queries
+ *             answer in bytes including the terminator.
+ *   Index     Fields, value lists and positions count from 0.
+ *   Pointers  Arguments are trusted: a null pointer is allowed only where a call says so. No pointer is kept after the
+ *             call returns, except MDbQuery.text and the blocks behind MDbDataRec and MDbFieldOpTbl, which the library
+ *             allocates itself and frees when the record or table is closed.
  *   Lenient   Reads of stored text first ask for its size. When memory runs out between the two steps, or the second
  *             read fails, they answer 0 and leave the caller's buffer as it was: pre-set it where certainty is needed.
  *   Durable   Calls that create, change or delete a record return when the change is on stable storage, provided that
@@ -427,7 +429,8 @@ MDB_API MDbStatus MDBRecsetDupRec(MDbEnv* env, MDbRecset* recset, int16_t source
  * 1  a record is open, none is at index, or a step failed */
 MDB_API MDbStatus MDbRecsetDelRec(MDbEnv* env, MDbRecset* recset, int16_t index, uint32_t noLog);
 /* Deletes every record of the record set, one by one; in direct mode with noLog all at once. The cursor is -1
- * afterwards. 1  a record is open, or a step failed: the records before it are gone */
+ * afterwards.
+ * 1  a record is open, or a step failed: the records before it are gone */
 MDB_API MDbStatus MDbRecsetDelAllRec(MDbEnv* env, MDbRecset* recset, uint8_t noLog);
 
 /* Field options, as the calls of the field option table. */

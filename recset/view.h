@@ -2,8 +2,7 @@
 //
 // (I1) View records are numbered in the order in which they were appended and sorted on that number.
 // (I2) One view exists per volume: its name is fixed. Building one deletes what is left of another, and is refused
-// while
-//      another record set has its own open.
+//      while another record set has its own open.
 #pragma once
 
 #include "mdb_types.h"
