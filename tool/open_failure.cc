@@ -1,0 +1,127 @@
+// The causes are tried from the plainest to the least certain. The question who holds a file locked takes no lock
+// itself, so that asking disturbs nobody; it must not be asked while this process has the file open.
+#include "open_failure.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include "database_session.h"
+#include "name_suggestion.h"
+#include "utf_text.h"
+
+namespace xkrdb {
+namespace {
+
+std::string FolderOf(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// The database files of a folder, as the library lists them.
+std::vector<std::string> DatabaseFiles(const std::string& folder) {
+  std::vector<std::string> names;
+  const std::optional<std::u16string> pattern = ToWide(folder + "/*.xdb");
+  if (!pattern || folder.find_first_of("*?") != std::string::npos) return names;
+  MDbChar name[MDB_MAX_PATH] = {};
+  MDbHandle handle = 0;
+  MDbStatus status = MDbFindFirstFile(&handle, pattern->c_str(), name, sizeof name);
+  while (status == MDbStatusOk) {
+    names.push_back(ToUtf8(name).value_or(std::string()));
+    status = MDbFindNextFile(&handle, name, sizeof name);
+  }
+  return names;
+}
+
+std::string MissingFileHint(const std::string& path) {
+  const std::string folder = FolderOf(path);
+  const size_t slash = path.rfind('/');
+  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  const std::optional<std::string> nearest = NearestName(name, DatabaseFiles(folder));
+  if (!nearest) return {};
+  return fmt::format("; did you mean {}?", folder == "." ? *nearest : folder + "/" + *nearest);
+}
+
+// The process that holds a lock on the file, if one does. -1: one does, but the system does not say which.
+std::optional<pid_t> LockHolder(const std::string& path) {
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+  if (descriptor < 0) return std::nullopt;
+  struct flock query {};
+  query.l_type = F_WRLCK;
+  query.l_whence = SEEK_SET;
+  const bool known = fcntl(descriptor, F_GETLK, &query) == 0;
+  (void)close(descriptor);
+  if (!known || query.l_type == F_UNLCK) return std::nullopt;
+  return query.l_pid;
+}
+
+ToolError CannotMount(const std::string& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0) {
+    const int error = errno;
+    const std::string hint = error == ENOENT ? MissingFileHint(path) : std::string();
+    return {ExitCode::kInputOutput, fmt::format("cannot open {}: {}{}", path, std::strerror(error), hint)};
+  }
+  if (S_ISLNK(status.st_mode)) {
+    return {ExitCode::kInputOutput,
+            fmt::format("{} is a symbolic link, and those are not followed; name the file itself", path)};
+  }
+  if (!S_ISREG(status.st_mode)) return {ExitCode::kNotDatabase, fmt::format("{} is not a file", path)};
+  if (access(path.c_str(), R_OK | W_OK) != 0) {
+    return {ExitCode::kInputOutput, fmt::format("{} must be readable and writable: {}", path, std::strerror(errno))};
+  }
+  if (const std::optional<pid_t> holder = LockHolder(path)) {
+    const std::string who = *holder > 0 ? fmt::format(" (process {})", *holder) : std::string();
+    return {ExitCode::kInUse, fmt::format("{} is in use by another program{}", path, who)};
+  }
+  if (access(FolderOf(path).c_str(), W_OK | X_OK) != 0) {
+    return {ExitCode::kInputOutput,
+            fmt::format("the folder of {} must be writable, the library writes a journal there: {}", path,
+                        std::strerror(errno))};
+  }
+  return {ExitCode::kNotDatabase, fmt::format("{} is not a database of this library, or it is damaged", path)};
+}
+
+}  // namespace
+
+bool FileExists(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0;
+}
+
+ToolError OpenFailure(const std::string& path, MDbStatus status) {
+  switch (status) {
+    case MDbStatusCannotOpen:
+      return CannotMount(path);
+    case MDbStatusBadFormat:
+      return {ExitCode::kNotDatabase, fmt::format("{} holds another format: its header is not this library's", path)};
+    case MDbStatusChecksumMismatch:
+      return {ExitCode::kNotDatabase,
+              fmt::format("{} is marked as not whole: whoever was changing it did not finish", path)};
+    case MDbStatusNoFields:
+      return {ExitCode::kNotDatabase, fmt::format("{} has no fields", path)};
+    default:
+      return {
+          ExitCode::kNotDatabase,
+          fmt::format("{} is not complete: its mark or one of its tables is missing (status {}); it was never finished "
+                      "or is damaged",
+                      path, static_cast<uint32_t>(status))};
+  }
+}
+
+ToolError CreateFailure(const std::string& path) {
+  if (FileExists(path)) return {ExitCode::kInputOutput, fmt::format("{} exists already", path)};
+  const std::string folder = FolderOf(path);
+  if (access(folder.c_str(), W_OK | X_OK) != 0) {
+    return {ExitCode::kInputOutput, fmt::format("cannot make {}: folder {}: {}", path, folder, std::strerror(errno))};
+  }
+  return {ExitCode::kInputOutput, fmt::format("cannot make {}: the disk refused, or there is no room", path)};
+}
+
+}  // namespace xkrdb

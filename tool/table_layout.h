@@ -1,0 +1,30 @@
+// An aligned table of safe texts that fits a number of terminal columns.
+#ifndef XKRDB_TOOL_TABLE_LAYOUT_H
+#define XKRDB_TOOL_TABLE_LAYOUT_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace xkrdb {
+
+struct TableColumn {
+  std::string heading;
+  bool right_aligned = false;
+};
+
+struct Table {
+  std::vector<TableColumn> columns;
+  std::vector<std::vector<std::string>> rows;  // safe texts, one per column
+};
+
+// width 0: as wide as needed. A table that is too wide has its widest columns cut first; columns that do not fit even
+// then are left out from the right, and a last line says how many. styled: the heading in bold.
+std::string LayOut(const Table& table, size_t width, bool styled);
+
+// Lines of "name: value", the names padded to one width.
+std::string LayOutPairs(const std::vector<std::pair<std::string, std::string>>& pairs, bool styled);
+
+}  // namespace xkrdb
+
+#endif
