@@ -98,10 +98,17 @@ std::u16string RandomTexts::Suffix(const TimeFormat& format) {
                           : which == 1 ? format.afternoonSuffix[i]
                                        : format.twentyFourHourSuffix[i];
     if (unit == 0) break;
-    const bool letter = (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
-    text += letter && OneIn(3) ? static_cast<char16_t>(unit ^ 0x20) : unit;
+    text += unit;
   }
   if (OneIn(8)) text += Character();
+  return CaseChanged(text);
+}
+
+std::u16string RandomTexts::CaseChanged(std::u16string text) {
+  for (char16_t& unit : text) {
+    const bool letter = (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+    if (letter && OneIn(3)) unit = static_cast<char16_t>(unit ^ 0x20);
+  }
   return text;
 }
 

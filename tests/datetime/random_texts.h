@@ -25,6 +25,9 @@ class RandomTexts {
   std::u16string Time(const TimeFormat& format);
   TimeFormat TimeFormatOfAnyKind();
 
+  // The same text, some of its letters in the other case.
+  std::u16string CaseChanged(std::u16string text);
+
  private:
   std::u16string Number(int value, int width);
   std::u16string Spaces();
