@@ -93,6 +93,14 @@ TEST(ParseDate, EveryPartZeroIsTheZeroDate) {
               {"year first", 2, u"0000-0-0", None(MDbDateZero, 1, u'-')}});
 }
 
+TEST(ParseDate, AMalformedTextStaysInvalidWhateverItsNumbers) {
+  ExpectRows({{"a real date", 0, u"1/2/2024x", None(MDbDateInvalid, 1, u'/')},
+              {"a real date without a year", 3, u"1/2", None(MDbDateInvalid, 0, u'/')},
+              {"all zeros", 0, u"0/0/0000x", None(MDbDateInvalid, 1, u'/')},
+              {"all zeros and a separator", 0, u"0/0/0000/", None(MDbDateInvalid, 1, u'/')},
+              {"nothing but spaces and a letter", 0, u"  x", None(MDbDateInvalid)}});
+}
+
 TEST(ParseDate, AYearOfOneZeroIsAYearOfTheCentury) {
   ExpectRows({{"so this is not the zero date", 0, u"0/0/0", None(MDbDateInvalid, 0, u'/')},
               {"nor with two digits", 0, u"0/0/00", None(MDbDateInvalid, 0, u'/')},
