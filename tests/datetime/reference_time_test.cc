@@ -69,7 +69,7 @@ TEST(TimeReference, RandomTextsAreReadAlike) {
   std::printf("seed %u\n", kSeed);
   RandomTexts random(kSeed);
   std::array<int, 5> states{};
-  for (int i = 0; i < 200000; ++i) {
+  for (int i = 0; i < 120000; ++i) {
     const TimeFormat format = random.TimeFormatOfAnyKind();
     const std::u16string text = random.Time(format);
     const bool strict = random.OneIn(3);
