@@ -1,0 +1,69 @@
+// The bytes of every body in a volume file: a checksum, a kind, then fields in little-endian order.
+//
+// Reading is total: a reader never looks past its bytes, and once anything does not fit it answers zero to everything
+// and says so in ok(). Whoever decodes asks Finished() once at the end; that is the one place where bytes become
+// "corrupt".
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "platform_types.h"
+#include "status.h"
+
+namespace objectstore {
+
+enum class BodyKind : uint8_t { kVolume = 'V', kDatabase = 'D', kRecord = 'R', kPacked = 'P' };
+
+// Collects one body. The buffer may be used again for the next.
+class BodyWriter {
+ public:
+  void Start(BodyKind kind);
+  void Put8(uint8_t number) { bytes_.push_back(number); }
+  void Put16(uint16_t number) { PutNumber(number, 2); }
+  void Put32(uint32_t number) { PutNumber(number, 4); }
+  void Put64(uint64_t number) { PutNumber(number, 8); }
+  void PutText(const WCHAR* text, size_t length);
+  void PutBytes(const uint8_t* bytes, size_t count);
+
+  // Fills in the checksum, which depends on the key of the row, so that a body in another's row is not taken for its.
+  std::span<const uint8_t> Seal(int64_t key);
+
+ private:
+  void PutNumber(uint64_t number, int bytes);
+  std::vector<uint8_t> bytes_;
+};
+
+class BodyReader {
+ public:
+  // Checks checksum and kind.
+  BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key);
+
+  uint8_t Get8() { return static_cast<uint8_t>(GetNumber(1)); }
+  uint16_t Get16() { return static_cast<uint16_t>(GetNumber(2)); }
+  uint32_t Get32() { return static_cast<uint32_t>(GetNumber(4)); }
+  uint64_t Get64() { return GetNumber(8); }
+
+  // The next bytes in place; empty when there are not so many.
+  std::span<const uint8_t> GetBytes(size_t count);
+
+  // The bytes not yet read.
+  size_t remaining() const { return rest_.size(); }
+
+  // A value that was read is not one that may stand there.
+  void Reject() { Fail(); }
+  bool ok() const { return ok_; }
+
+  // Every byte was read and none was missing.
+  Status Finished() const { return ok_ && rest_.empty() ? Status::kOk : Status::kCorrupt; }
+
+ private:
+  uint64_t GetNumber(size_t bytes);
+  void Fail();
+
+  std::span<const uint8_t> rest_;
+  bool ok_ = true;
+};
+
+}  // namespace objectstore

@@ -1,0 +1,58 @@
+// The platform's calls on records.
+#include "entry.h"
+#include "read_record.h"
+#include "write_record.h"
+
+using objectstore::Enter;
+using objectstore::OpenDatabase;
+using objectstore::Report;
+using objectstore::Status;
+using objectstore::Store;
+
+namespace {
+
+// Runs a body on the database that a handle is open on.
+template <typename Body>
+Status WithDatabase(HANDLE handle, Body body) {
+  return Enter([&](Store& store) {
+    OpenDatabase* database = store.handles().FindDatabase(handle);
+    return database != nullptr ? body(*database) : Status::kInvalidHandle;
+  });
+}
+
+}  // namespace
+
+CEOID CeSeekDatabase(HANDLE database, DWORD type, DWORD_PTR value, DWORD* index) {
+  CEOID found = 0;
+  const Status status =
+      WithDatabase(database, [&](OpenDatabase& open) { return open.Seek(type, value, found, index); });
+  return Report(status) ? found : 0;
+}
+
+// There is one heap, so that results cannot come from another.
+CEOID CeReadRecordPropsEx(HANDLE database, DWORD flags, WORD* count, const CEPROPID* ids, BYTE** buffer, DWORD* size,
+                          HANDLE heap) {
+  CEOID oid = 0;
+  const objectstore::ReadRequest request = {(flags & CEDB_ALLOWREALLOC) != 0, count, ids, buffer, size};
+  const Status status = WithDatabase(database, [&](OpenDatabase& open) {
+    return heap == 0 ? objectstore::ReadRecord(open, request, oid) : Status::kInvalidParameter;
+  });
+  return Report(status) ? oid : 0;
+}
+
+CEOID CeWriteRecordProps(HANDLE database, CEOID oid, WORD count, const CEPROPVAL* values) {
+  const Status status = WithDatabase(database, [&](OpenDatabase& open) {
+    return objectstore::WriteRecord(open, oid, {values, count});
+  });
+  return Report(status) ? oid : 0;
+}
+
+// A number that never was a handle, or is one no more, is a wrong parameter to this call; one that went with its volume
+// is a bad handle, as everywhere.
+BOOL CeDeleteRecord(HANDLE database, CEOID oid) {
+  return Report(Enter([&](Store& store) {
+    OpenDatabase* open = store.handles().FindDatabase(database);
+    if (open != nullptr) return objectstore::DeleteRecord(*open, oid);
+    return store.handles().WasTakenAway(database) ? Status::kInvalidHandle : Status::kInvalidParameter;
+  }));
+}

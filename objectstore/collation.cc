@@ -1,0 +1,70 @@
+// See collation.h. The only file that knows ICU's collators.
+#include "collation.h"
+
+#include <unicode/ucol.h>
+
+#include <array>
+#include <memory>
+#include <new>
+
+namespace objectstore {
+
+namespace {
+
+constexpr DWORD kTextFlags = CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_IGNORENONSPACE | CEDB_SORT_IGNORESYMBOLS |
+                             CEDB_SORT_IGNOREKANATYPE | CEDB_SORT_IGNOREWIDTH;
+
+struct CloseCollator {
+  void operator()(UCollator* collator) const { ucol_close(collator); }
+};
+
+// Case is a difference of the third level and so are kana type and width. To drop the latter two and keep case, the
+// third level is left out and ICU's extra case level put in; the same serves to drop accents (the second level) and
+// keep case.
+void SetLevels(UCollator* collator, DWORD flags, UErrorCode* error) {
+  const bool drop_third = (flags & (CEDB_SORT_IGNOREKANATYPE | CEDB_SORT_IGNOREWIDTH)) != 0;
+  const bool drop_second = (flags & CEDB_SORT_IGNORENONSPACE) != 0;
+  const bool drop_case = (flags & CEDB_SORT_CASEINSENSITIVE) != 0;
+  const UCollationStrength strength = drop_second               ? UCOL_PRIMARY
+                                      : drop_case || drop_third ? UCOL_SECONDARY
+                                                                : UCOL_TERTIARY;
+  ucol_setStrength(collator, strength);
+  if (strength != UCOL_TERTIARY && !drop_case) ucol_setAttribute(collator, UCOL_CASE_LEVEL, UCOL_ON, error);
+}
+
+UCollator* OpenCollator(DWORD flags) {
+  UErrorCode error = U_ZERO_ERROR;
+  std::unique_ptr<UCollator, CloseCollator> collator(ucol_open("root", &error));
+  if (U_FAILURE(error)) throw std::bad_alloc();
+  ucol_setAttribute(collator.get(), UCOL_NORMALIZATION_MODE, UCOL_ON, &error);
+  SetLevels(collator.get(), flags, &error);
+  if ((flags & CEDB_SORT_IGNORESYMBOLS) != 0) {
+    ucol_setAttribute(collator.get(), UCOL_ALTERNATE_HANDLING, UCOL_SHIFTED, &error);
+    ucol_setMaxVariable(collator.get(), UCOL_REORDER_CODE_SYMBOL, &error);
+  }
+  if (U_FAILURE(error)) throw std::bad_alloc();
+  return collator.release();
+}
+
+}  // namespace
+
+const Collation& Collation::ForFlags(DWORD sort_flags) {
+  static std::array<std::unique_ptr<Collation>, kTextFlags + 1> collations;
+  const DWORD flags = sort_flags & kTextFlags;
+  std::unique_ptr<Collation>& place = collations[flags];
+  if (place == nullptr) {
+    std::unique_ptr<UCollator, CloseCollator> collator(OpenCollator(flags));
+    place.reset(new Collation(collator.get()));
+    static_cast<void>(collator.release());
+  }
+  return *place;
+}
+
+size_t Collation::KeyOf(const WCHAR* text, size_t length, uint8_t* room, size_t room_bytes) const {
+  const int32_t size = ucol_getSortKey(static_cast<const UCollator*>(collator_), text, static_cast<int32_t>(length),
+                                       room, static_cast<int32_t>(room_bytes));
+  if (size <= 0) throw std::bad_alloc();
+  return static_cast<size_t>(size);
+}
+
+}  // namespace objectstore

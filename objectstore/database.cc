@@ -1,0 +1,203 @@
+// See database.h; flushes and loading are in database_flush.cc.
+#include "database.h"
+
+#include <algorithm>
+
+#include "growth.h"
+
+namespace objectstore {
+
+namespace {
+
+// Drops the text sort keys of all records, now and, unless the new ones are to be kept, at the end of the scope.
+class DropTextKeys {
+ public:
+  explicit DropTextKeys(std::span<const RecordRef> records) : records_(records) { Drop(); }
+  DropTextKeys(const DropTextKeys&) = delete;
+  DropTextKeys& operator=(const DropTextKeys&) = delete;
+  ~DropTextKeys() {
+    if (!kept_) Drop();
+  }
+  void Keep() { kept_ = true; }
+
+ private:
+  void Drop() {
+    for (const RecordRef& record : records_) record->text_keys = {};
+  }
+  std::span<const RecordRef> records_;
+  bool kept_ = false;
+};
+
+}  // namespace
+
+Database::Database(CEOID oid, const Description& description)
+    : oid_(oid),
+      head_{description, {}},
+      orders_(OrdersOf(description)),
+      loaded_(true),
+      in_file_(false),
+      changed_(true) {
+  head_.description.modified = CurrentTime();
+}
+
+Database::Database(CEOID oid, DatabaseHead head)
+    : oid_(oid),
+      head_(std::move(head)),
+      orders_(OrdersOf(head_.description)),
+      loaded_(false),
+      in_file_(true),
+      changed_(false) {}
+
+Record* Database::Find(CEOID oid) const {
+  const size_t position = PositionByIdentifier(oid);
+  return position < records_.size() && records_[position]->oid() == oid ? records_[position].get() : nullptr;
+}
+
+size_t Database::PositionByIdentifier(CEOID oid) const {
+  const auto found = std::partition_point(records_.begin(), records_.end(),
+                                          [oid](const RecordRef& record) { return record->oid() < oid; });
+  return static_cast<size_t>(found - records_.begin());
+}
+
+SortOrder* Database::OrderOn(CEPROPID property) {
+  for (SortOrder& order : orders_) {
+    if (order.spec().propid != property) continue;
+    if (!order.built()) order.Build(records_);
+    return &order;
+  }
+  return nullptr;
+}
+
+Status Database::PutRecord(RecordRef record) {
+  const size_t position = PositionByIdentifier(record->oid());
+  const bool is_new = position == records_.size() || records_[position]->oid() != record->oid();
+  const Record* before = is_new ? nullptr : records_[position].get();
+  if (is_new && records_.size() >= CEDB_MAXNUMRECORDS) return Status::kDiskFull;
+  STORE_TRY(CheckConstraints(*record, before));
+  for (SortOrder& order : orders_) {
+    if (!order.built()) continue;
+    order.PrepareKey(*record);
+    order.Reserve();
+  }
+  ReserveOneMore(records_);
+  ReserveOneMore(changed_records_);
+  // From here on nothing fails.
+  if (is_new) {
+    InsertRecord(std::move(record));
+  } else {
+    ReplaceRecord(records_[position], std::move(record));
+  }
+  Touch();
+  return Status::kOk;
+}
+
+void Database::InsertRecord(RecordRef record) {
+  for (SortOrder& order : orders_) {
+    if (order.built()) order.Insert(*record);
+  }
+  changed_records_.push_back(record->oid());
+  ++head_.description.record_count;
+  head_.description.record_bytes += record->counted_bytes();
+  ++generation_;
+  const auto place = records_.begin() + static_cast<ptrdiff_t>(PositionByIdentifier(record->oid()));
+  records_.insert(place, std::move(record));
+}
+
+void Database::ReplaceRecord(RecordRef& place, RecordRef record) {
+  const RecordRef before = place;
+  const CEPROPID change = ChangeBetween(*before, *record);
+  record->in_file = before->in_file;
+  record->changed = before->changed == kUnchanged || before->changed == change ? change
+                    : change == kUnchanged                                     ? before->changed
+                                                                               : kChangedWhole;
+  if (before->changed == kUnchanged && record->changed != kUnchanged) changed_records_.push_back(record->oid());
+  bool moved = false;
+  for (SortOrder& order : orders_) {
+    if (order.built() && order.Replace(*before, *record)) moved = true;
+  }
+  if (moved) ++generation_;
+  head_.description.record_bytes += record->counted_bytes();
+  head_.description.record_bytes -= before->counted_bytes();
+  place = std::move(record);
+}
+
+void Database::ReserveForRemoval() { ReserveOneMore(deleted_records_); }
+
+void Database::RemoveRecord(CEOID oid) {
+  const auto place = records_.begin() + static_cast<ptrdiff_t>(PositionByIdentifier(oid));
+  const RecordRef record = *place;
+  for (SortOrder& order : orders_) {
+    if (order.built()) order.Erase(*record);
+  }
+  records_.erase(place);
+  if (record->in_file) deleted_records_.push_back(oid);
+  --head_.description.record_count;
+  head_.description.record_bytes -= record->counted_bytes();
+  ++generation_;
+  Touch();
+}
+
+Status Database::SetDescription(const Description& description, bool with_time) {
+  if (!(description.sort_specs == head_.description.sort_specs)) STORE_TRY(ReplaceOrders(description));
+  Description& own = head_.description;
+  own.name = description.name;
+  own.type = description.type;
+  own.flags = description.flags;
+  own.sort_specs = description.sort_specs;
+  Touch();
+  if (with_time) own.modified = description.modified;
+  return Status::kOk;
+}
+
+Status Database::ReplaceOrders(const Description& description) {
+  std::vector<SortOrder> orders = OrdersOf(description);
+  std::vector<SortOrder> orders_of_before = OrdersOf(head_.description);
+  DropTextKeys keys(records_);
+  orders_.swap(orders_of_before);  // the keys in the records go: the orders are built again at their next use
+  STORE_TRY(CheckOrders(orders, records_));
+  keys.Keep();
+  orders_.swap(orders);
+  return Status::kOk;
+}
+
+Status Database::CheckOrders(std::vector<SortOrder>& orders, std::span<const RecordRef> records) {
+  for (SortOrder& order : orders) {
+    if (!order.ForbidsAbsence()) continue;
+    order.Build(records);
+    if (order.HasAbsent()) return Status::kAccessDenied;
+    if (order.IsUnique() && order.HasEqualKeys()) return Status::kAlreadyExists;
+  }
+  return Status::kOk;
+}
+
+Status Database::CheckConstraints(const Record& record, const Record* before) {
+  for (SortOrder& order : orders_) {
+    if (order.ForbidsAbsence() && record.Find(order.spec().propid) == nullptr) return Status::kAccessDenied;
+    if (order.IsUnique()) STORE_TRY(CheckUnique(order, record, before));
+  }
+  return Status::kOk;
+}
+
+Status Database::CheckUnique(SortOrder& order, const Record& record, const Record* before) {
+  if (!order.built()) order.Build(records_);
+  std::vector<uint8_t> scratch;
+  const SortKey key = order.KeyOfValue(*record.Find(order.spec().propid), scratch);
+  for (size_t position = order.FirstNotBefore(key); order.HoldsEqual(position, key); ++position) {
+    if (order.At(position) != before) return Status::kAlreadyExists;
+  }
+  return Status::kOk;
+}
+
+// The time of the last change never goes backwards, whatever the clock does.
+void Database::Touch() {
+  changed_ = true;
+  head_.description.modified = std::max(head_.description.modified, CurrentTime());
+}
+
+std::vector<SortOrder> Database::OrdersOf(const Description& description) {
+  std::vector<SortOrder> orders;
+  for (const SORTORDERSPEC& spec : description.sort_specs.list()) orders.emplace_back(spec, orders.size());
+  return orders;
+}
+
+}  // namespace objectstore

@@ -1,0 +1,99 @@
+// One database of a mounted volume: what the catalogue says of it and, once something has needed them, its records and
+// its sort orders.
+//
+// (D1) records_ is in ascending order of the identifier. (D2) Every order that has been built holds every record once.
+// (D3) The description's count and size are those of the records. (D4) A change first gathers all memory that it needs
+// and then happens whole; bad_alloc leaves everything as it was.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "database_body.h"
+#include "record.h"
+#include "record_body.h"
+#include "sort_order.h"
+#include "volume_file.h"
+
+namespace objectstore {
+
+class OpenDatabase;
+
+class Database {
+ public:
+  // A new one, whose description has been checked.
+  Database(CEOID oid, const Description& description);
+
+  // One that the file holds. Its records stay in the file until Load.
+  Database(CEOID oid, DatabaseHead head);
+
+  CEOID oid() const { return oid_; }
+  const Description& description() const { return head_.description; }
+
+  // Reads the records from the file, if that has not been done. On failure nothing has changed.
+  Status Load(VolumeFile* file, CEOID next_identifier);
+  bool loaded() const { return loaded_; }
+
+  // Of a loaded database.
+  std::span<const RecordRef> records() const { return records_; }
+  Record* Find(CEOID oid) const;
+  size_t PositionByIdentifier(CEOID oid) const;  // the number of records with a smaller identifier
+
+  // The sort order on a property, built; null when the database has none on it.
+  SortOrder* OrderOn(CEPROPID property);
+  size_t order_count() const { return orders_.size(); }
+
+  // Writes a record under a new identifier, or in the place of an older state of it.
+  Status PutRecord(RecordRef record);
+  void RemoveRecord(CEOID oid);
+  void ReserveForRemoval();
+
+  // Takes a changed description; its count and size are not looked at. New sort orders must fit the records.
+  Status SetDescription(const Description& description, bool with_time);
+
+  // Grows whenever a record may have come to stand at another position.
+  uint64_t generation() const { return generation_; }
+
+  // The handles that are open on it. They are told of records that go.
+  std::vector<OpenDatabase*>& handles() { return handles_; }
+
+  // A flush (database_flush.cc). WriteChanges changes nothing in memory but what ForgetChanges or the next WriteChanges
+  // sets right.
+  bool in_file() const { return in_file_; }
+  bool changed() const { return changed_; }
+  Status WriteChanges(VolumeFile& file, uint64_t flush, BodyWriter& writer);
+  void ForgetChanges();
+
+ private:
+  Status CheckConstraints(const Record& record, const Record* before);
+  Status CheckUnique(SortOrder& order, const Record& record, const Record* before);
+  Status ReplaceOrders(const Description& description);
+  static Status CheckOrders(std::vector<SortOrder>& orders, std::span<const RecordRef> records);
+  void Touch();
+  void InsertRecord(RecordRef record);
+  void ReplaceRecord(RecordRef& place, RecordRef record);
+  static std::vector<SortOrder> OrdersOf(const Description& description);
+
+  Status LoadRecords(VolumeFile& file, std::vector<RecordRef>& records, std::vector<uint64_t>& flushes) const;
+  Status ApplyPacked(VolumeFile& file, std::span<const RecordRef> records, std::span<const uint64_t> flushes) const;
+  std::vector<CEPROPID> ChoosePackedProperties() const;
+  Status WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush, BodyWriter& writer);
+
+  CEOID oid_;
+  DatabaseHead head_;
+  std::vector<RecordRef> records_;
+  std::vector<SortOrder> orders_;
+  std::vector<OpenDatabase*> handles_;
+  uint64_t generation_ = 1;
+  bool loaded_;
+
+  // Since the last flush:
+  bool in_file_;
+  bool changed_;
+  std::vector<CEOID> changed_records_;  // once each; those deleted since are among them
+  std::vector<CEOID> deleted_records_;  // that the file holds
+  std::vector<PackedReference> packed_after_flush_;
+};
+
+}  // namespace objectstore

@@ -1,0 +1,180 @@
+// Databases to and from the file.
+//
+// A record's row holds the number of the flush that wrote it. When a flush finds that many records changed in nothing
+// but one property of four bytes, it writes that property's values of all records as one packed column instead of the
+// rows. A column's value counts for a record whose row is not newer than the column.
+#include <algorithm>
+#include <limits>
+
+#include "database.h"
+
+namespace objectstore {
+
+namespace {
+
+// So few changed records are cheaper as rows.
+constexpr size_t kFewRecords = 64;
+
+// More columns than this a database does not get; it would be a strange client that needs them.
+constexpr size_t kMostPackedColumns = 16;
+
+constexpr uint32_t kLastLowWord = std::numeric_limits<uint32_t>::max();
+
+struct Tally {
+  CEPROPID property;
+  size_t records;
+};
+
+void Count(std::vector<Tally>& tallies, CEPROPID property) {
+  const auto found = std::find_if(tallies.begin(), tallies.end(),
+                                  [property](const Tally& tally) { return tally.property == property; });
+  if (found == tallies.end()) {
+    tallies.push_back({property, 1});
+  } else {
+    ++found->records;
+  }
+}
+
+// Gives one record its value from a column.
+Status ApplyColumn(const PackedColumn& column, Record& record) {
+  const CEPROPVAL* value = record.Find(column.property);
+  const auto found = std::lower_bound(column.values.begin(), column.values.end(), record.oid(),
+                                      [](const auto& pair, CEOID oid) { return pair.first < oid; });
+  const bool in_column = found != column.values.end() && found->first == record.oid();
+  if (in_column != (value != nullptr)) return Status::kCorrupt;
+  if (in_column) record.PatchFixed(value, found->second);
+  return Status::kOk;
+}
+
+}  // namespace
+
+Status Database::Load(VolumeFile* file, CEOID next_identifier) {
+  if (loaded_) return Status::kOk;
+  std::vector<RecordRef> records;
+  std::vector<uint64_t> flushes;
+  records.reserve(head_.description.record_count);
+  STORE_TRY(LoadRecords(*file, records, flushes));
+  STORE_TRY(ApplyPacked(*file, records, flushes));
+  uint64_t bytes = 0;
+  for (const RecordRef& record : records) bytes += record->counted_bytes();
+  const bool agrees = records.size() == head_.description.record_count && bytes == head_.description.record_bytes &&
+                      (records.empty() || records.back()->oid() < next_identifier);
+  if (!agrees) return Status::kCorrupt;
+  records_.swap(records);
+  loaded_ = true;
+  return Status::kOk;
+}
+
+Status Database::LoadRecords(VolumeFile& file, std::vector<RecordRef>& records, std::vector<uint64_t>& flushes) const {
+  RecordDecoder decoder;
+  return file.ForEachRow(Table::kRecord, RowKey(oid_, 0), RowKey(oid_, kLastLowWord),
+                         [&](int64_t key, std::span<const uint8_t> body) {
+                           RecordRef record;
+                           uint64_t flush = 0;
+                           if (LowWord(key) == 0 || LowWord(key) == oid_) return Status::kCorrupt;
+                           if (records.size() == head_.description.record_count) return Status::kCorrupt;
+                           STORE_TRY(decoder.Decode(body, key, record, flush));
+                           record->in_file = true;
+                           record->changed = kUnchanged;
+                           records.push_back(std::move(record));
+                           flushes.push_back(flush);
+                           return Status::kOk;
+                         });
+}
+
+Status Database::ApplyPacked(VolumeFile& file, std::span<const RecordRef> records,
+                             std::span<const uint64_t> flushes) const {
+  size_t columns = 0;
+  const auto apply = [&](int64_t key, std::span<const uint8_t> body) {
+    PackedColumn column;
+    STORE_TRY(DecodePacked(body, key, column));
+    const bool expected = std::any_of(head_.packed.begin(), head_.packed.end(), [&](const auto& reference) {
+      return reference.property == column.property && reference.flush == column.flush;
+    });
+    if (!expected) return Status::kCorrupt;
+    ++columns;
+    for (size_t i = 0; i < records.size(); ++i) {
+      if (flushes[i] <= column.flush) STORE_TRY(ApplyColumn(column, *records[i]));
+    }
+    return Status::kOk;
+  };
+  STORE_TRY(file.ForEachRow(Table::kPacked, RowKey(oid_, 0), RowKey(oid_, kLastLowWord), apply));
+  return columns == head_.packed.size() ? Status::kOk : Status::kCorrupt;
+}
+
+Status Database::WriteChanges(VolumeFile& file, uint64_t flush, BodyWriter& writer) {
+  const std::vector<CEPROPID> packed = ChoosePackedProperties();
+  packed_after_flush_ = head_.packed;
+  for (const CEOID oid : changed_records_) {
+    const Record* record = Find(oid);
+    if (record == nullptr || record->changed == kUnchanged) continue;
+    if (std::find(packed.begin(), packed.end(), record->changed) != packed.end()) continue;
+    const int64_t key = RowKey(oid_, oid);
+    STORE_TRY(file.Put(Table::kRecord, key, EncodeRecord(*record, key, flush, writer)));
+  }
+  for (const CEOID oid : deleted_records_) {
+    STORE_TRY(file.Delete(Table::kRecord, RowKey(oid_, oid), RowKey(oid_, oid)));
+  }
+  for (const CEPROPID property : packed) STORE_TRY(WritePacked(file, property, flush, writer));
+  const DatabaseHead head = {head_.description, packed_after_flush_};
+  return file.Put(Table::kDatabase, oid_, EncodeDatabaseHead(head, oid_, writer));
+}
+
+// The properties that are the only change of many records. Only records that the file holds can do without a new row.
+std::vector<CEPROPID> Database::ChoosePackedProperties() const {
+  std::vector<CEPROPID> chosen;
+  if (changed_records_.size() <= kFewRecords) return chosen;
+  std::vector<Tally> tallies;
+  for (const CEOID oid : changed_records_) {
+    const Record* record = Find(oid);
+    if (record == nullptr || record->changed == kUnchanged || record->changed == kChangedWhole) continue;
+    Count(tallies, record->changed);
+  }
+  size_t columns = head_.packed.size();
+  for (const Tally& tally : tallies) {
+    if (tally.records <= kFewRecords) continue;
+    const bool exists = std::any_of(head_.packed.begin(), head_.packed.end(),
+                                    [&](const auto& reference) { return reference.property == tally.property; });
+    if (!exists && columns++ >= kMostPackedColumns) continue;
+    chosen.push_back(tally.property);
+  }
+  return chosen;
+}
+
+Status Database::WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush, BodyWriter& writer) {
+  PackedColumn column;
+  column.property = property;
+  column.flush = flush;
+  column.values.reserve(records_.size());
+  for (const RecordRef& record : records_) {
+    const CEPROPVAL* value = record->Find(property);
+    if (value != nullptr) column.values.emplace_back(record->oid(), value->val.ulVal);
+  }
+  const int64_t key = RowKey(oid_, property);
+  STORE_TRY(file.Put(Table::kPacked, key, EncodePacked(column, key, writer)));
+  const auto found = std::find_if(packed_after_flush_.begin(), packed_after_flush_.end(),
+                                  [property](const auto& reference) { return reference.property == property; });
+  if (found == packed_after_flush_.end()) {
+    packed_after_flush_.push_back({property, flush});
+  } else {
+    found->flush = flush;
+  }
+  return Status::kOk;
+}
+
+void Database::ForgetChanges() {
+  for (const CEOID oid : changed_records_) {
+    Record* record = Find(oid);
+    if (record == nullptr) continue;
+    record->in_file = true;
+    record->changed = kUnchanged;
+  }
+  changed_records_.clear();
+  deleted_records_.clear();
+  head_.packed = std::move(packed_after_flush_);
+  packed_after_flush_.clear();
+  in_file_ = true;
+  changed_ = false;
+}
+
+}  // namespace objectstore

@@ -1,0 +1,81 @@
+// See file_identity.h.
+#include "file_identity.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+
+namespace objectstore {
+
+namespace {
+struct FreeMemory {
+  void operator()(char* memory) const { std::free(memory); }
+};
+}  // namespace
+
+Status ResolvePath(const std::string& path, FilePath& resolved) {
+  const size_t slash = path.rfind('/');
+  const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  if (name.empty()) return Status::kPathNotFound;
+  const std::unique_ptr<char, FreeMemory> real(realpath(directory.c_str(), nullptr));
+  if (real == nullptr) return errno == ENOENT ? Status::kPathNotFound : StatusOfErrno(errno);
+  resolved.directory = real.get();
+  resolved.full = resolved.directory == "/" ? "/" + name : resolved.directory + "/" + name;
+  return Status::kOk;
+}
+
+Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity) {
+  struct stat found;
+  if (lstat(path.full.c_str(), &found) != 0) {
+    kind = FileKind::kMissing;
+    return errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
+  }
+  kind = S_ISREG(found.st_mode) ? FileKind::kRegular : FileKind::kOther;
+  identity = {static_cast<uint64_t>(found.st_dev), static_cast<uint64_t>(found.st_ino)};
+  return Status::kOk;
+}
+
+Status StatusOfErrno(int number) {
+  switch (number) {
+    case ENOENT:
+      return Status::kFileNotFound;
+    case ENOTDIR:
+    case ENAMETOOLONG:
+      return Status::kPathNotFound;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return Status::kAccessDenied;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return Status::kDiskFull;
+    case ENOMEM:
+    case EMFILE:
+    case ENFILE:
+      return Status::kNotEnoughMemory;
+    case EEXIST:
+      return Status::kAlreadyExists;
+    case ELOOP:
+      return Status::kCorrupt;  // a symbolic link is no volume
+    default:
+      return Status::kDeviceFailed;
+  }
+}
+
+Status SyncDirectory(const std::string& directory) {
+  const FileDescriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!opened.valid()) return StatusOfErrno(errno);
+  return fsync(opened.number()) == 0 ? Status::kOk : StatusOfErrno(errno);
+}
+
+FileDescriptor::~FileDescriptor() {
+  if (valid()) close(number_);
+}
+
+}  // namespace objectstore

@@ -1,0 +1,50 @@
+// Files as the operating system tells them apart, and the path under which SQLite gets to see one.
+#pragma once
+
+#include <string>
+
+#include "status.h"
+
+namespace objectstore {
+
+// Equal for one file, whatever path leads to it.
+struct FileIdentity {
+  uint64_t device = 0;
+  uint64_t number = 0;
+  bool operator==(const FileIdentity& other) const = default;
+};
+
+struct FilePath {
+  std::string directory;  // absolute, without symbolic links
+  std::string full;       // directory and name; the name itself may be a symbolic link
+};
+
+// What stands at the end of a path. A symbolic link is not followed.
+enum class FileKind { kMissing, kRegular, kOther };
+
+// Path not found when the directory is missing.
+Status ResolvePath(const std::string& path, FilePath& resolved);
+
+Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity);
+
+// The last error number for what a system call left in errno.
+Status StatusOfErrno(int number);
+
+// Makes the directory's entries durable.
+Status SyncDirectory(const std::string& directory);
+
+// An open file descriptor.
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int number) : number_(number) {}
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  ~FileDescriptor();
+  int number() const { return number_; }
+  bool valid() const { return number_ >= 0; }
+
+ private:
+  int number_;
+};
+
+}  // namespace objectstore

@@ -1,0 +1,60 @@
+// The handles of clients: open databases and enumerations of databases.
+//
+// A handle's number is a place in the table and the generation of that place. A closed handle's number comes again only
+// after its place has been used 65535 times more, and places that were closed longest ago are used first. 0 and
+// 0xFFFFFFFF are never a handle.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "open_database.h"
+
+namespace objectstore {
+
+// An enumeration of databases: of one volume, or of the system's store and every mounted volume.
+struct Enumeration {
+  Volume* only_volume = nullptr;  // null: all of them
+  DWORD type = 0;                 // 0: every type
+  uint32_t sequence = 0;          // of the volume that the last database was in
+  CEOID last = 0;                 // that database
+  bool broken = false;            // a database was deleted: it must be begun anew
+};
+
+class HandleTable {
+ public:
+  HANDLE Add(std::unique_ptr<OpenDatabase> database);
+  HANDLE Add(std::unique_ptr<Enumeration> enumeration);
+
+  // Null when the number is not such a handle.
+  OpenDatabase* FindDatabase(HANDLE handle) const;
+  Enumeration* FindEnumeration(HANDLE handle) const;
+
+  // The handle was taken away together with its volume.
+  bool WasTakenAway(HANDLE handle) const;
+
+  bool Close(HANDLE handle);
+  void TakeAway(const Volume& volume);
+
+  // A database of the volume was deleted.
+  void BreakEnumerations(const Volume& volume);
+
+ private:
+  enum class Use : uint8_t { kFree, kDatabase, kEnumeration, kTakenAway };
+  struct Place {
+    uint16_t generation = 0;
+    Use use = Use::kFree;
+    std::unique_ptr<OpenDatabase> database;
+    std::unique_ptr<Enumeration> enumeration;
+  };
+
+  size_t FreePlace();
+  HANDLE Occupy(size_t index, Use use);
+  const Place* Find(HANDLE handle) const;
+  void Empty(size_t index, Use use);
+
+  std::vector<Place> places_;
+  std::vector<uint16_t> free_;  // longest free first; has room for every place, so that closing needs no memory
+};
+
+}  // namespace objectstore

@@ -1,0 +1,123 @@
+// See new_volume_file.h.
+#include "new_volume_file.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <vector>
+
+#include "database_body.h"
+#include "sqlite_statement.h"
+#include "volume_schema.h"
+
+namespace objectstore {
+
+namespace {
+
+// Removes the file under construction unless it has got its name.
+class FileUnderConstruction {
+ public:
+  explicit FileUnderConstruction(std::string path) : path_(std::move(path)) {}
+  FileUnderConstruction(const FileUnderConstruction&) = delete;
+  FileUnderConstruction& operator=(const FileUnderConstruction&) = delete;
+  ~FileUnderConstruction() { unlink(path_.c_str()); }
+  const char* path() const { return path_.c_str(); }
+
+ private:
+  std::string path_;
+};
+
+struct FreeBySqlite {
+  void operator()(void* memory) const { sqlite3_free(memory); }
+};
+
+Status FillEmptyVolume(sqlite3* connection) {
+  STORE_TRY(Execute(connection, sql::kSetPageSize));
+  STORE_TRY(Execute(connection, sql::kSetApplicationId));
+  STORE_TRY(Execute(connection, sql::kSetFormatVersion));
+  for (const SchemaRow& table : kSchema) STORE_TRY(Execute(connection, table.sql));
+  Statement put;
+  STORE_TRY(put.Prepare(connection, sql::kPutVolume));
+  BodyWriter writer;
+  return StatementUse(put).Bind(0, kVolumeRowKey).Bind(1, EncodeVolumeHead(VolumeHead(), writer)).Run();
+}
+
+// The bytes of an empty volume, put together in memory.
+Status MakeEmptyVolume(std::vector<uint8_t>& bytes) {
+  sqlite3* opened = nullptr;
+  const int result = sqlite3_open_v2(":memory:", &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  const Connection connection(opened);
+  STORE_TRY(StatusOfSqlite(result));
+  STORE_TRY(FillEmptyVolume(opened));
+  sqlite3_int64 size = 0;
+  const std::unique_ptr<unsigned char, FreeBySqlite> image(sqlite3_serialize(opened, "main", &size, 0));
+  if (image == nullptr) return Status::kNotEnoughMemory;
+  bytes.assign(image.get(), image.get() + size);
+  bytes[18] = bytes[19] = 2;  // read and written through a write-ahead log, which memory does not have
+  return Status::kOk;
+}
+
+Status WriteAll(int file, const std::vector<uint8_t>& bytes) {
+  for (size_t written = 0; written < bytes.size();) {
+    const ssize_t count = write(file, bytes.data() + written, bytes.size() - written);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return count < 0 ? StatusOfErrno(errno) : Status::kDiskFull;
+    written += static_cast<size_t>(count);
+  }
+  return fsync(file) == 0 ? Status::kOk : StatusOfErrno(errno);
+}
+
+// What a volume of the same name may have left would be taken for the new one's.
+Status RemoveSideFiles(const FilePath& path) {
+  for (const char* suffix : {"-wal", "-shm", "-journal"}) {
+    if (unlink((path.full + suffix).c_str()) != 0 && errno != ENOENT) return StatusOfErrno(errno);
+  }
+  return Status::kOk;
+}
+
+// Takes the lock that a process holds while it has the volume mounted: SQLite's bytes, in the second gigabyte.
+Status LockAgainstMounts(int file) {
+  struct flock lock = {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = 0x40000000;
+  lock.l_len = 512;
+  if (fcntl(file, F_SETLK, &lock) == 0) return Status::kOk;
+  return errno == EACCES || errno == EAGAIN ? Status::kSharingViolation : StatusOfErrno(errno);
+}
+
+// The new file is locked, so that nobody mounts it before what a deleted volume of that name left beside it is gone.
+Status PublishNew(const FileUnderConstruction& made, const FilePath& path) {
+  if (renameat2(AT_FDCWD, made.path(), AT_FDCWD, path.full.c_str(), RENAME_NOREPLACE) != 0) {
+    if (errno != EINVAL && errno != ENOSYS) return StatusOfErrno(errno);
+    if (link(made.path(), path.full.c_str()) != 0) return StatusOfErrno(errno);
+  }
+  return RemoveSideFiles(path);
+}
+
+Status PublishInPlace(const FileUnderConstruction& made, const FilePath& path) {
+  const FileDescriptor replaced(open(path.full.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!replaced.valid()) return StatusOfErrno(errno);
+  STORE_TRY(LockAgainstMounts(replaced.number()));
+  STORE_TRY(RemoveSideFiles(path));
+  return rename(made.path(), path.full.c_str()) == 0 ? Status::kOk : StatusOfErrno(errno);
+}
+
+}  // namespace
+
+Status CreateVolumeFile(const FilePath& path, Existing existing) {
+  std::vector<uint8_t> bytes;
+  STORE_TRY(MakeEmptyVolume(bytes));
+  const FileUnderConstruction made(path.full + ".new-" + std::to_string(getpid()));
+  unlink(made.path());  // a process of this number that came to a sudden end may have left one
+  const FileDescriptor file(open(made.path(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!file.valid()) return StatusOfErrno(errno);
+  STORE_TRY(WriteAll(file.number(), bytes));
+  STORE_TRY(LockAgainstMounts(file.number()));
+  return existing == Existing::kReplace ? PublishInPlace(made, path) : PublishNew(made, path);
+}
+
+}  // namespace objectstore

@@ -1,0 +1,165 @@
+// See open_database.h.
+#include "open_database.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "growth.h"
+
+namespace objectstore {
+
+OpenDatabase::OpenDatabase(Volume& volume, Database& database, const SortOrder* order, bool auto_increment)
+    : volume_(volume), database_(database), order_(order), auto_increment_(auto_increment) {
+  static_cast<void>(MoveTo(0));  // an empty database: at the end
+}
+
+void OpenDatabase::Join() {
+  ReserveOneMore(database_.handles());
+  database_.handles().push_back(this);
+}
+
+OpenDatabase::~OpenDatabase() { std::erase(database_.handles(), this); }
+
+Status OpenDatabase::Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index) {
+  const auto signed_count = static_cast<int32_t>(static_cast<uint32_t>(value));
+  switch (type) {
+    case CEDB_SEEK_CEOID:
+      STORE_TRY(SeekIdentifier(static_cast<CEOID>(value)));
+      break;
+    case CEDB_SEEK_BEGINNING:
+      STORE_TRY(MoveTo(signed_count));
+      break;
+    case CEDB_SEEK_END:
+      STORE_TRY(MoveTo(static_cast<int64_t>(count()) - 1 - std::abs(int64_t{signed_count})));
+      break;
+    case CEDB_SEEK_CURRENT:
+      STORE_TRY(SeekFromCurrent(signed_count));
+      break;
+    case CEDB_SEEK_VALUESMALLER:
+    case CEDB_SEEK_VALUEFIRSTEQUAL:
+    case CEDB_SEEK_VALUEGREATER:
+    case CEDB_SEEK_VALUENEXTEQUAL:
+      STORE_TRY(SeekValue(type, reinterpret_cast<const CEPROPVAL*>(value)));
+      break;
+    default:
+      return Status::kInvalidParameter;
+  }
+  found = oid_;
+  if (index != nullptr) *index = static_cast<DWORD>(Position());
+  return Status::kOk;
+}
+
+Status OpenDatabase::Current(const Record*& record) const {
+  if (state_ == State::kAtEnd) return Status::kNoMoreItems;
+  if (state_ == State::kInGap) return Status::kKeyDeleted;
+  record = generation_ == database_.generation() ? At(position_) : database_.Find(oid_);
+  return Status::kOk;
+}
+
+void OpenDatabase::StepAfterRead() {
+  if (!auto_increment_) return;
+  if (MoveTo(static_cast<int64_t>(Position()) + 1) == Status::kOk) automatic_ = true;
+}
+
+// A pointer that goes on by itself has nothing to report: it slides to what follows.
+void OpenDatabase::RecordRemoved(const RecordRef& record, bool through_this_handle) {
+  if (state_ != State::kAtRecord || oid_ != record->oid()) return;
+  if (through_this_handle ? auto_increment_ : automatic_) {
+    if (MoveTo(static_cast<int64_t>(PositionOf(*record))) == Status::kOk) automatic_ = true;
+    return;
+  }
+  state_ = State::kInGap;
+  gap_ = record;
+}
+
+Record* OpenDatabase::At(size_t position) const {
+  return order_ != nullptr ? order_->At(position) : database_.records()[position].get();
+}
+
+size_t OpenDatabase::PositionOf(const Record& record) const {
+  return order_ != nullptr ? order_->PositionOf(record) : database_.PositionByIdentifier(record.oid());
+}
+
+// Of the record that the pointer is on.
+size_t OpenDatabase::Position() {
+  if (generation_ != database_.generation()) {
+    position_ = PositionOf(*database_.Find(oid_));
+    generation_ = database_.generation();
+  }
+  return position_;
+}
+
+// Where one step forward leads.
+int64_t OpenDatabase::SuccessorPosition() {
+  if (state_ == State::kAtEnd) return static_cast<int64_t>(count());
+  if (state_ == State::kInGap) return static_cast<int64_t>(PositionOf(*gap_));
+  return static_cast<int64_t>(Position()) + 1;
+}
+
+void OpenDatabase::MoveToEnd() {
+  state_ = State::kAtEnd;
+  automatic_ = false;
+  oid_ = 0;
+  gap_ = RecordRef();
+}
+
+void OpenDatabase::MoveToRecord(CEOID oid) {
+  MoveToEnd();
+  state_ = State::kAtRecord;
+  oid_ = oid;
+  generation_ = 0;
+}
+
+Status OpenDatabase::MoveTo(int64_t position) {
+  if (position < 0 || position >= static_cast<int64_t>(count())) {
+    MoveToEnd();
+    return Status::kSeek;
+  }
+  const auto index = static_cast<size_t>(position);
+  MoveToRecord(At(index)->oid());
+  position_ = index;
+  generation_ = database_.generation();
+  return Status::kOk;
+}
+
+Status OpenDatabase::SeekIdentifier(CEOID oid) {
+  if (database_.Find(oid) == nullptr) {
+    MoveToEnd();
+    return Status::kSeek;
+  }
+  MoveToRecord(oid);
+  return Status::kOk;
+}
+
+// From a gap a step forward leads to what follows the gap and a step backward to what comes before it; the gap itself
+// and the end hold no record.
+Status OpenDatabase::SeekFromCurrent(int32_t steps) {
+  const int64_t successor = SuccessorPosition();
+  if (state_ == State::kAtRecord) return MoveTo(successor - 1 + steps);
+  if (steps == 0) return MoveTo(-1);
+  return MoveTo(steps > 0 ? successor - 1 + steps : successor + steps);
+}
+
+// The policy of the value seeks. Greater is the first record that does not sort before the value; smaller is the last
+// one that does: both look at the whole order, wherever the pointer stands, and follow the order's direction.
+Status OpenDatabase::SeekValue(DWORD type, const CEPROPVAL* value) {
+  if (value == nullptr || order_ == nullptr || value->propid != order_->spec().propid) return Status::kInvalidParameter;
+  CEPROPVAL measured;
+  STORE_TRY(Measure(*value, measured));
+  const SortKey key = order_->KeyOfValue(measured, scratch_);
+  if (type == CEDB_SEEK_VALUENEXTEQUAL) {
+    const int64_t next = SuccessorPosition();
+    return MoveTo(order_->HoldsEqual(static_cast<size_t>(next), key) ? next : -1);
+  }
+  const size_t first = order_->FirstNotBefore(key);
+  switch (type) {
+    case CEDB_SEEK_VALUEFIRSTEQUAL:
+      return MoveTo(order_->HoldsEqual(first, key) ? static_cast<int64_t>(first) : -1);
+    case CEDB_SEEK_VALUEGREATER:
+      return MoveTo(first < order_->present_end() ? static_cast<int64_t>(first) : -1);
+    default:
+      return MoveTo(first > order_->present_begin() ? static_cast<int64_t>(first) - 1 : -1);
+  }
+}
+
+}  // namespace objectstore

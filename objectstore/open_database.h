@@ -1,0 +1,73 @@
+// One open database of a client: an order to go through it, and a pointer that stands on a record, in the gap that a
+// deleted record left, or at the end.
+//
+// The pointer is a record's identity: a record that a write moves within the order takes the pointer along. A position
+// is kept beside it for as long as the database's generation says that it still holds.
+#pragma once
+
+#include <vector>
+
+#include "database.h"
+
+namespace objectstore {
+
+class Volume;
+
+class OpenDatabase {
+ public:
+  // Stands on the first record of the order. A null order goes by identifier.
+  OpenDatabase(Volume& volume, Database& database, const SortOrder* order, bool auto_increment);
+  OpenDatabase(const OpenDatabase&) = delete;
+  OpenDatabase& operator=(const OpenDatabase&) = delete;
+  ~OpenDatabase();
+
+  // Before the handle is given out: so that the database knows it.
+  void Join();
+
+  Volume& volume() const { return volume_; }
+  Database& database() const { return database_; }
+
+  // On failure the pointer stands at the end, except when a parameter was wrong: then it has not moved.
+  Status Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index);
+
+  // The record under the pointer.
+  Status Current(const Record*& record) const;
+
+  // With automatic increment, moves the pointer on. Called after each read that has visited the record.
+  void StepAfterRead();
+
+  // A record has gone, through this handle or another.
+  void RecordRemoved(const RecordRef& record, bool through_this_handle);
+
+ private:
+  enum class State { kAtRecord, kInGap, kAtEnd };
+
+  size_t count() const { return order_ != nullptr ? order_->count() : database_.records().size(); }
+  Record* At(size_t position) const;
+  size_t PositionOf(const Record& record) const;
+  size_t Position();
+  int64_t SuccessorPosition();
+
+  void MoveToEnd();
+  void MoveToRecord(CEOID oid);
+  Status MoveTo(int64_t position);
+
+  Status SeekIdentifier(CEOID oid);
+  Status SeekFromCurrent(int32_t steps);
+  Status SeekValue(DWORD type, const CEPROPVAL* value);
+
+  Volume& volume_;
+  Database& database_;
+  const SortOrder* order_;
+  bool auto_increment_;
+
+  State state_ = State::kAtEnd;
+  bool automatic_ = false;  // the pointer got to its record by an automatic step
+  CEOID oid_ = 0;           // of the record that the pointer is on
+  size_t position_ = 0;     // of that record, as of generation_
+  uint64_t generation_ = 0;
+  RecordRef gap_;                 // the deleted record
+  std::vector<uint8_t> scratch_;  // for the key of a value
+};
+
+}  // namespace objectstore

@@ -1,0 +1,46 @@
+// The body of a record's row, and that of a packed column. docs/volume-format.md shows every byte.
+#pragma once
+
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "body_codec.h"
+#include "record.h"
+
+namespace objectstore {
+
+// The row keys of records and of packed columns: the database's identifier above, the record's or property's below.
+constexpr int64_t RowKey(CEOID database, uint32_t below) {
+  return static_cast<int64_t>(uint64_t{database} << 32 | below);
+}
+constexpr CEOID LowWord(int64_t key) { return static_cast<CEOID>(static_cast<uint64_t>(key)); }
+
+std::span<const uint8_t> EncodeRecord(const Record& record, int64_t key, uint64_t flush, BodyWriter& writer);
+
+// Decodes record bodies one after the other, using the same memory for all.
+class RecordDecoder {
+ public:
+  Status Decode(std::span<const uint8_t> body, int64_t key, RecordRef& record, uint64_t& flush);
+
+ private:
+  void DecodeValue(BodyReader& reader, CEPROPVAL& value);
+  void DecodeText(BodyReader& reader, CEPROPVAL& value);
+  void DecodeBlob(BodyReader& reader, CEPROPVAL& value);
+
+  std::vector<CEPROPVAL> values_;
+  std::vector<std::pair<size_t, size_t>> texts_;  // index of the value, offset in characters_
+  std::vector<WCHAR> characters_;
+};
+
+// The values of one property of four bytes in all records of a database that have it, as of one flush.
+struct PackedColumn {
+  CEPROPID property = 0;
+  uint64_t flush = 0;
+  std::vector<std::pair<CEOID, uint32_t>> values;  // by ascending identifier
+};
+
+std::span<const uint8_t> EncodePacked(const PackedColumn& column, int64_t key, BodyWriter& writer);
+Status DecodePacked(std::span<const uint8_t> body, int64_t key, PackedColumn& column);
+
+}  // namespace objectstore

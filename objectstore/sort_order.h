@@ -1,0 +1,91 @@
+// One sort order of a database: its records that have the sort property, kept sorted by it, and those that lack it,
+// which stand together at one end.
+//
+// (I1) Once built, an order holds every record of its database once. (I2) Equal keys stand in ascending order of the
+// identifier, also in a descending order. (I3) Keys are never stored in a file: another version of the collation cannot
+// harm a volume.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "collation.h"
+#include "record.h"
+
+namespace objectstore {
+
+// A key in the order's own direction: leads are compared first, as numbers; of equal leads the texts decide.
+struct SortKey {
+  uint64_t lead = 0;
+  const uint8_t* text = nullptr;  // null for numbers
+};
+
+class SortOrder {
+ public:
+  // The slot is the order's place in its database's list, and that of its keys in each record.
+  SortOrder(const SORTORDERSPEC& spec, size_t slot) : spec_(spec), slot_(slot) {}
+
+  const SORTORDERSPEC& spec() const { return spec_; }
+  bool built() const { return built_; }
+  bool IsUnique() const { return (spec_.dwFlags & CEDB_SORT_UNIQUE) != 0; }
+  bool ForbidsAbsence() const { return (spec_.dwFlags & (CEDB_SORT_UNIQUE | CEDB_SORT_NONNULL)) != 0; }
+
+  // Sorts the records of a database, given in ascending order of the identifier. On bad_alloc nothing has changed.
+  void Build(std::span<const RecordRef> records);
+
+  // Two neighbours have the same key.
+  bool HasEqualKeys() const;
+  bool HasAbsent() const { return !absent_.empty(); }
+
+  size_t count() const { return present_.size() + absent_.size(); }
+  Record* At(size_t position) const;
+
+  // Where the record stands, or would stand: the number of records before it. Its key must have been prepared.
+  size_t PositionOf(const Record& record) const;
+
+  // Computes the record's text key, if this order needs one. May throw bad_alloc; the calls below do not, then.
+  void PrepareKey(Record& record) const;
+
+  // Room for one more record.
+  void Reserve();
+  void Insert(Record& record);
+  void Erase(const Record& record);
+
+  // Puts after in the place of before. Returns whether the position has changed.
+  bool Replace(const Record& before, Record& after);
+
+  // The records whose keys equal, or do not sort before, the key of a value; positions within the whole order.
+  SortKey KeyOfValue(const CEPROPVAL& measured, std::vector<uint8_t>& scratch) const;
+  size_t FirstNotBefore(const SortKey& key) const;
+  bool HoldsEqual(size_t position, const SortKey& key) const;
+
+  // The positions [begin, end) of the records that have the property.
+  size_t present_begin() const { return UnknownFirst() ? absent_.size() : 0; }
+  size_t present_end() const { return present_begin() + present_.size(); }
+
+ private:
+  struct Entry {
+    uint64_t lead;
+    Record* record;
+  };
+
+  bool UnknownFirst() const { return (spec_.dwFlags & CEDB_SORT_UNKNOWNFIRST) != 0; }
+  bool Descending() const { return (spec_.dwFlags & CEDB_SORT_DESCENDING) != 0; }
+  bool IsText() const { return TypeOf(spec_.propid) == CEVT_LPWSTR; }
+  uint64_t LeadOfText(const uint8_t* key) const;
+  uint64_t LeadOfNumber(const CEPROPVAL& value) const;
+  SortKey KeyOfRecord(const Record& record, const CEPROPVAL& value) const;
+  int Compare(const Entry& entry, const SortKey& key) const;
+  bool EntryBefore(const Entry& entry, const SortKey& key, CEOID oid) const;
+  size_t PresentIndex(const SortKey& key, CEOID oid) const;
+  size_t AbsentIndex(CEOID oid) const;
+
+  SORTORDERSPEC spec_;
+  size_t slot_;
+  bool built_ = false;
+  std::vector<Entry> present_;
+  std::vector<Record*> absent_;  // by identifier
+};
+
+}  // namespace objectstore

@@ -1,0 +1,80 @@
+// One mounted volume: the image in memory and, except for the system's own store, the file that flushes write.
+//
+// (V1) Identifiers of databases and records share one sequence and are never used again, also after the next mount.
+// (V2) The file changes only by a flush, and then by everything since the last one, in one transaction. (V3) After a
+// write or a sync that failed the volume is poisoned: every flush from then on fails in the same way, while reads go
+// on.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "database.h"
+#include "file_identity.h"
+#include "volume_file.h"
+
+namespace objectstore {
+
+class Volume {
+ public:
+  // The system's own store: no file, the zero name.
+  Volume() = default;
+
+  // A volume on a file.
+  static Status Mount(const FilePath& path, const FileIdentity& identity, bool is_new, uint32_t sequence,
+                      std::unique_ptr<Volume>& mounted);
+
+  const CEGUID& guid() const { return guid_; }
+  bool IsSystemStore() const { return file_ == nullptr; }
+  bool IsOnFile(const FileIdentity& identity) const { return file_ != nullptr && file_->identity() == identity; }
+
+  // The order in which volumes were mounted; the system's store is 0.
+  uint32_t sequence() const { return sequence_; }
+
+  uint32_t references = 1;
+  bool unmount_has_failed = false;
+
+  // By ascending identifier.
+  std::span<const std::unique_ptr<Database>> databases() const { return databases_; }
+  Database* Find(CEOID oid) const;
+  Database* FindByName(const DatabaseName& name) const;
+  Database* FirstAfter(CEOID oid) const;
+
+  Status Load(Database& database) { return database.Load(file_.get(), head_.next_identifier); }
+
+  // The database that holds a record; null when there is no such record.
+  Status FindOwner(CEOID record, Database*& owner);
+
+  Status CreateDatabase(const CEDBASEINFO& info, CEOID& oid);
+  Status SetDatabaseInfo(CEOID oid, const CEDBASEINFO& info);
+  Status DeleteDatabase(CEOID oid);
+
+  // The identifier of the next object; it is taken once it is used.
+  Status NextIdentifier(CEOID& oid) const;
+  void UseIdentifier() { ++head_.next_identifier; }
+
+  Status Flush();
+  bool poisoned() const { return poison_ != Status::kOk; }
+
+  // The file as one whole, before the volume goes.
+  Status Settle();
+
+ private:
+  Status LoadCatalogue();
+  bool HasChanges() const;
+  Status WriteChanges(const VolumeHead& head);
+  void ForgetChanges(const VolumeHead& head);
+  Status Poison(Status status);
+
+  CEGUID guid_ = {0, 0, 0, 0};
+  uint32_t sequence_ = 0;
+  std::unique_ptr<VolumeFile> file_;
+  VolumeHead head_;  // the number of databases in it is that of the last flush
+  CEOID saved_next_identifier_ = 1;
+  std::vector<std::unique_ptr<Database>> databases_;
+  std::vector<CEOID> deleted_databases_;  // that the file holds
+  Status poison_ = Status::kOk;
+  BodyWriter writer_;
+};
+
+}  // namespace objectstore

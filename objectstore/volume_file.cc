@@ -1,0 +1,136 @@
+// See volume_file.h; opening is in volume_file_open.cc.
+#include "volume_file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "volume_schema.h"
+
+namespace objectstore {
+
+namespace {
+
+// In the order of VolumeFile::Query.
+constexpr const char* kQueries[] = {
+    sql::kReadVolume, sql::kReadDatabases,   sql::kReadRecords,   sql::kReadPacked,    //
+    sql::kPutVolume,  sql::kPutDatabase,     sql::kPutRecord,     sql::kPutPacked,     //
+    nullptr,          sql::kDeleteDatabases, sql::kDeleteRecords, sql::kDeletePacked,  //
+    sql::kBegin,      sql::kCommit,          sql::kRollback,
+};
+
+// Beyond this many pages the side file is taken up into the main file.
+constexpr int kLongSideFilePages = 1000;
+
+}  // namespace
+
+VolumeFile::~VolumeFile() {
+  if (CheckOwner() != Status::kOk) {
+    // Closing would take the side file from the process that still works with it.
+    for (auto& statement : statements_) static_cast<void>(statement.release());
+    static_cast<void>(connection_.release());
+    return;
+  }
+  for (auto& statement : statements_) statement.reset();
+  connection_.reset();
+  if (!sound_ && !side_file_existed_) RemoveEmptySideFile();
+}
+
+Status VolumeFile::ForEachRow(Table table, int64_t first, int64_t last, const RowSink& sink) {
+  STORE_TRY(CheckOwner());
+  const Statement* statement = nullptr;
+  STORE_TRY(Prepared(QueryOf(kRead, table), statement));
+  StatementUse use(*statement);
+  use.Bind(0, first).Bind(1, last);
+  for (;;) {
+    bool has_row = false;
+    STORE_TRY(use.Step(has_row));
+    if (!has_row) return Status::kOk;
+    int64_t key = 0;
+    std::span<const uint8_t> body;
+    if (!use.GetNumber(0, key) || !use.GetBlob(1, body)) return Status::kCorrupt;
+    STORE_TRY(sink(key, body));
+  }
+}
+
+Status VolumeFile::Begin() {
+  STORE_TRY(CheckOwner());
+  STORE_TRY(CheckStillThere());
+  const Statement* statement = nullptr;
+  STORE_TRY(Prepared(kBegin, statement));
+  return StatementUse(*statement).Run();
+}
+
+Status VolumeFile::Put(Table table, int64_t key, std::span<const uint8_t> body) {
+  const Statement* statement = nullptr;
+  STORE_TRY(Prepared(QueryOf(kPut, table), statement));
+  return StatementUse(*statement).Bind(0, key).Bind(1, body).Run();
+}
+
+Status VolumeFile::Delete(Table table, int64_t first, int64_t last) {
+  const Statement* statement = nullptr;
+  STORE_TRY(Prepared(QueryOf(kDelete, table), statement));
+  return StatementUse(*statement).Bind(0, first).Bind(1, last).Run();
+}
+
+Status VolumeFile::Commit() {
+  const Statement* statement = nullptr;
+  STORE_TRY(Prepared(kCommit, statement));
+  return StatementUse(*statement).Run();
+}
+
+// SQLite may have rolled back by itself already; then there is nothing to do.
+void VolumeFile::Rollback() {
+  if (sqlite3_get_autocommit(connection_.get()) == 0) static_cast<void>(Execute(connection_.get(), sql::kRollback));
+}
+
+Status VolumeFile::SyncDirectoryOnce() {
+  if (directory_synced_) return Status::kOk;
+  STORE_TRY(SyncDirectory(path_.directory));
+  directory_synced_ = true;
+  return Status::kOk;
+}
+
+Status VolumeFile::CheckpointWhenLong() {
+  if (side_file_pages_ < kLongSideFilePages) return Status::kOk;
+  side_file_pages_ = 0;
+  const int result = sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  return StatusOfSqlite(result);
+}
+
+Status VolumeFile::Settle() {
+  STORE_TRY(CheckOwner());
+  if (CheckStillThere() != Status::kOk) return Status::kOk;  // the names beside it may belong to another file by now
+  const int result =
+      sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+  STORE_TRY(StatusOfSqlite(result));
+  return StatusOfSqlite(sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr));
+}
+
+// The path still leads to the file that was opened. What is written to a file without a name would be lost.
+Status VolumeFile::CheckStillThere() const {
+  FileKind kind = FileKind::kMissing;
+  FileIdentity found;
+  STORE_TRY(Identify(path_, kind, found));
+  return kind == FileKind::kRegular && found == identity_ ? Status::kOk : Status::kFileNotFound;
+}
+
+Status VolumeFile::CheckOwner() const { return getpid() == owner_ ? Status::kOk : Status::kSharingViolation; }
+
+void VolumeFile::RemoveEmptySideFile() const {
+  const std::string side_file = path_.full + "-wal";
+  struct stat found;
+  if (lstat(side_file.c_str(), &found) == 0 && S_ISREG(found.st_mode) && found.st_size == 0) unlink(side_file.c_str());
+}
+
+Status VolumeFile::Prepared(size_t query, const Statement*& statement) {
+  std::unique_ptr<Statement>& place = statements_[query];
+  if (place == nullptr) {
+    auto prepared = std::make_unique<Statement>();
+    STORE_TRY(prepared->Prepare(connection_.get(), kQueries[query]));
+    place = std::move(prepared);
+  }
+  statement = place.get();
+  return Status::kOk;
+}
+
+}  // namespace objectstore

@@ -1,0 +1,92 @@
+// The file of one mounted volume: rows of four tables, read when they are needed and written in transactions that are
+// on stable storage when Commit returns.
+//
+// (F1) Opening writes nothing: a file that is not ours or is damaged keeps every byte. (F2) One process holds the file,
+// by a lock that lasts until the object dies; within the process there is one object per file, since closing any
+// descriptor of the file would drop the lock. (F3) A child process made by fork may not use it. (F4) The main file
+// takes up what stands in its side file only by a checkpoint that this class asks for, so that its failure is seen.
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <span>
+
+#include "file_identity.h"
+#include "sqlite_statement.h"
+
+namespace objectstore {
+
+enum class Table { kVolume, kDatabase, kRecord, kPacked };
+
+class VolumeFile {
+ public:
+  using RowSink = std::function<Status(int64_t key, std::span<const uint8_t> body)>;
+
+  // The file must be the one of the given identity.
+  static Status Open(const FilePath& path, const FileIdentity& identity, std::unique_ptr<VolumeFile>& opened);
+
+  // A new file's directory entry is made durable before the first flush is reported.
+  void MarkNew() { directory_synced_ = false; }
+
+  VolumeFile(const VolumeFile&) = delete;
+  VolumeFile& operator=(const VolumeFile&) = delete;
+  ~VolumeFile();
+
+  // Calls the sink for each row whose key lies in the range, in ascending order, and stops at its first failure.
+  Status ForEachRow(Table table, int64_t first, int64_t last, const RowSink& sink);
+
+  Status Begin();
+  Status Put(Table table, int64_t key, std::span<const uint8_t> body);
+  Status Delete(Table table, int64_t first, int64_t last);
+  Status Commit();
+  void Rollback();
+
+  // Makes the directory entry durable, if it may not be yet.
+  Status SyncDirectoryOnce();
+
+  // Moves the side file's content into the main file once there is much of it.
+  Status CheckpointWhenLong();
+
+  // Moves all of it; then the object's end leaves one file. Without it, the object's end leaves both as they are.
+  Status Settle();
+
+  const FileIdentity& identity() const { return identity_; }
+
+ private:
+  VolumeFile(const FilePath& path, const FileIdentity& identity);
+  Status CheckHeader() const;
+  Status CheckNoJournal() const;
+  Status Connect();
+  Status CheckSchema();
+  Status CheckStillThere() const;
+  Status CheckOwner() const;
+  bool Exists(const char* suffix) const;
+  void RemoveEmptySideFile() const;
+
+  enum Query : size_t {  // places in statements_
+    kRead = 0,           // one for each table, in the order of Table
+    kPut = 4,            // the same
+    kDelete = 8,         // the same; the volume's row is never deleted
+    kBegin = 12,
+    kCommit,
+    kRollback,
+    kQueryCount
+  };
+  Status Prepared(size_t query, const Statement*& statement);
+  static size_t QueryOf(Query first, Table table) { return first + static_cast<size_t>(table); }
+
+  FilePath path_;
+  FileIdentity identity_;
+  pid_t owner_;
+  bool side_file_existed_ = false;
+  bool sound_ = false;  // the schema has been checked
+  bool directory_synced_ = true;
+  int side_file_pages_ = 0;
+  Connection connection_;
+  std::array<std::unique_ptr<Statement>, kQueryCount> statements_;
+};
+
+}  // namespace objectstore

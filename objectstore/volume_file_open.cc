@@ -1,0 +1,142 @@
+// Opening a volume's file: nothing is believed before it is checked and nothing is written (see volume_file.h).
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "volume_file.h"
+#include "volume_schema.h"
+
+namespace objectstore {
+
+namespace {
+
+constexpr size_t kHeaderBytes = 100;
+constexpr off_t kLargestFileBytes = off_t{64} << 30;
+constexpr char kMagic[] = "SQLite format 3";
+
+uint32_t BigEndian32(const uint8_t* bytes) {
+  return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+// The header of SQLite's file format: the parts of it that are the same in every volume.
+bool IsVolumeHeader(const uint8_t* header) {
+  constexpr uint8_t kWriteAheadLog = 2;
+  return std::memcmp(header, kMagic, sizeof kMagic) == 0 && (header[16] << 8 | header[17]) == kPageBytes &&
+         header[18] == kWriteAheadLog && header[19] == kWriteAheadLog && BigEndian32(header + 60) == kFormatVersion &&
+         BigEndian32(header + 68) == kApplicationId;
+}
+
+// What SQLite need not do for us, it may not do: a file may come from anywhere.
+Status Harden(sqlite3* connection) {
+  static constexpr struct {
+    int option;
+    int value;
+  } kOptions[] = {
+      {SQLITE_DBCONFIG_DEFENSIVE, 1},        {SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
+      {SQLITE_DBCONFIG_ENABLE_TRIGGER, 0},   {SQLITE_DBCONFIG_ENABLE_VIEW, 0},
+      {SQLITE_DBCONFIG_DQS_DML, 0},          {SQLITE_DBCONFIG_DQS_DDL, 0},
+      {SQLITE_DBCONFIG_ENABLE_FKEY, 0},      {SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0},
+      {SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1},
+  };
+  for (const auto& [option, value] : kOptions) {
+    const int result = sqlite3_db_config(connection, option, value, nullptr);
+    if (result != SQLITE_OK) return StatusOfSqlite(result);
+  }
+  static constexpr struct {
+    int limit;
+    int value;
+  } kLimits[] = {
+      {SQLITE_LIMIT_LENGTH, 1 << 20},    {SQLITE_LIMIT_SQL_LENGTH, 1024},   {SQLITE_LIMIT_COLUMN, 8},
+      {SQLITE_LIMIT_EXPR_DEPTH, 16},     {SQLITE_LIMIT_COMPOUND_SELECT, 2}, {SQLITE_LIMIT_VDBE_OP, 1000},
+      {SQLITE_LIMIT_FUNCTION_ARG, 8},    {SQLITE_LIMIT_ATTACHED, 0},        {SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 8},
+      {SQLITE_LIMIT_VARIABLE_NUMBER, 4}, {SQLITE_LIMIT_TRIGGER_DEPTH, 1},   {SQLITE_LIMIT_WORKER_THREADS, 0},
+  };
+  for (const auto& [limit, value] : kLimits) sqlite3_limit(connection, limit, value);
+  return Status::kOk;
+}
+
+bool SameText(const StatementUse& row, int column, const char* expected) {
+  const char* text = nullptr;
+  return row.GetText(column, text) && std::strcmp(text, expected) == 0;
+}
+
+}  // namespace
+
+VolumeFile::VolumeFile(const FilePath& path, const FileIdentity& identity)
+    : path_(path), identity_(identity), owner_(getpid()) {}
+
+Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std::unique_ptr<VolumeFile>& opened) {
+  std::unique_ptr<VolumeFile> file(new VolumeFile(path, identity));
+  STORE_TRY(file->CheckHeader());
+  STORE_TRY(file->CheckNoJournal());
+  STORE_TRY(file->Connect());
+  STORE_TRY(file->CheckSchema());
+  // Another process may have put another file in this one's place before the lock was ours.
+  STORE_TRY(file->CheckStillThere());
+  file->sound_ = true;
+  opened = std::move(file);
+  return Status::kOk;
+}
+
+// Looks at the first bytes without SQLite, which would create a side file next to anything.
+Status VolumeFile::CheckHeader() const {
+  const FileDescriptor file(open(path_.full.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!file.valid()) return StatusOfErrno(errno);
+  struct stat found;
+  if (fstat(file.number(), &found) != 0) return StatusOfErrno(errno);
+  if (!S_ISREG(found.st_mode) || found.st_size > kLargestFileBytes) return Status::kCorrupt;
+  uint8_t header[kHeaderBytes];
+  const ssize_t count = pread(file.number(), header, sizeof header, 0);
+  if (count < 0) return StatusOfErrno(errno);
+  return count == static_cast<ssize_t>(sizeof header) && IsVolumeHeader(header) ? Status::kOk : Status::kCorrupt;
+}
+
+// A volume never has a rollback journal. SQLite would play one back into the file.
+Status VolumeFile::CheckNoJournal() const { return Exists("-journal") ? Status::kCorrupt : Status::kOk; }
+
+Status VolumeFile::Connect() {
+  side_file_existed_ = Exists("-wal");
+  constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
+                         SQLITE_OPEN_EXRESCODE;
+  sqlite3* connection = nullptr;
+  const int result = sqlite3_open_v2(path_.full.c_str(), &connection, kFlags, nullptr);
+  connection_.reset(connection);
+  if (result != SQLITE_OK) return StatusOfSqlite(result);
+  STORE_TRY(Harden(connection));
+  STORE_TRY(Execute(connection, sql::kSetUpConnection));
+  sqlite3_wal_hook(
+      connection,
+      [](void* file, sqlite3*, const char*, int pages) {
+        static_cast<VolumeFile*>(file)->side_file_pages_ = pages;
+        return SQLITE_OK;
+      },
+      this);
+  return sqlite3_db_readonly(connection, "main") == 0 ? Status::kOk : Status::kAccessDenied;
+}
+
+// The first look at the file through SQLite, which takes the lock.
+Status VolumeFile::CheckSchema() {
+  Statement statement;
+  STORE_TRY(statement.Prepare(connection_.get(), sql::kReadSchema));
+  StatementUse use(statement);
+  bool has_row = false;
+  for (const SchemaRow& expected : kSchema) {
+    STORE_TRY(use.Step(has_row));
+    if (!has_row || !SameText(use, 0, expected.type) || !SameText(use, 1, expected.name) ||
+        !SameText(use, 2, expected.table) || !SameText(use, 3, expected.sql)) {
+      return Status::kCorrupt;
+    }
+  }
+  STORE_TRY(use.Step(has_row));
+  return has_row ? Status::kCorrupt : Status::kOk;
+}
+
+bool VolumeFile::Exists(const char* suffix) const {
+  struct stat found;
+  return lstat((path_.full + suffix).c_str(), &found) == 0;
+}
+
+}  // namespace objectstore

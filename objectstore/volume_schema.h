@@ -1,0 +1,62 @@
+// The SQL of volume files: what is created, what is found and run. Nothing else in the house holds SQL.
+#pragma once
+
+#include <cstdint>
+
+namespace objectstore {
+
+inline constexpr uint32_t kApplicationId = 0x584B5244;  // "XKRD"
+inline constexpr uint32_t kFormatVersion = 1;
+inline constexpr uint32_t kPageBytes = 4096;
+
+// A row of SQLite's own table of tables, as a sound file holds it.
+struct SchemaRow {
+  const char* type;
+  const char* name;
+  const char* table;
+  const char* sql;
+};
+inline constexpr SchemaRow kSchema[] = {
+    {"table", "volume", "volume", "CREATE TABLE volume(id INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
+    {"table", "database", "database", "CREATE TABLE database(oid INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
+    {"table", "record", "record", "CREATE TABLE record(key INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
+    {"table", "packed", "packed", "CREATE TABLE packed(key INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
+};
+
+namespace sql {
+
+inline constexpr char kReadSchema[] = "SELECT type, name, tbl_name, sql FROM sqlite_schema ORDER BY rowid";
+inline constexpr char kSetPageSize[] = "PRAGMA page_size = 4096";
+inline constexpr char kSetApplicationId[] = "PRAGMA application_id = 1481331268";  // kApplicationId in decimal
+inline constexpr char kSetFormatVersion[] = "PRAGMA user_version = 1";
+
+// The lock mode stands first: it must be set before the file is looked at for the first time.
+inline constexpr char kSetUpConnection[] =
+    "PRAGMA locking_mode = EXCLUSIVE;"
+    "PRAGMA synchronous = FULL;"
+    "PRAGMA cell_size_check = ON;"
+    "PRAGMA mmap_size = 0;"
+    "PRAGMA temp_store = MEMORY;"
+    "PRAGMA max_page_count = 16777216";  // 64 GiB
+
+inline constexpr char kBegin[] = "BEGIN IMMEDIATE";
+inline constexpr char kCommit[] = "COMMIT";
+inline constexpr char kRollback[] = "ROLLBACK";
+
+inline constexpr char kReadVolume[] = "SELECT id, body FROM volume WHERE id BETWEEN ? AND ? ORDER BY id";
+inline constexpr char kReadDatabases[] = "SELECT oid, body FROM database WHERE oid BETWEEN ? AND ? ORDER BY oid";
+inline constexpr char kReadRecords[] = "SELECT key, body FROM record WHERE key BETWEEN ? AND ? ORDER BY key";
+inline constexpr char kReadPacked[] = "SELECT key, body FROM packed WHERE key BETWEEN ? AND ? ORDER BY key";
+
+inline constexpr char kPutVolume[] = "INSERT OR REPLACE INTO volume(id, body) VALUES(?, ?)";
+inline constexpr char kPutDatabase[] = "INSERT OR REPLACE INTO database(oid, body) VALUES(?, ?)";
+inline constexpr char kPutRecord[] = "INSERT OR REPLACE INTO record(key, body) VALUES(?, ?)";
+inline constexpr char kPutPacked[] = "INSERT OR REPLACE INTO packed(key, body) VALUES(?, ?)";
+
+inline constexpr char kDeleteDatabases[] = "DELETE FROM database WHERE oid BETWEEN ? AND ?";
+inline constexpr char kDeleteRecords[] = "DELETE FROM record WHERE key BETWEEN ? AND ?";
+inline constexpr char kDeletePacked[] = "DELETE FROM packed WHERE key BETWEEN ? AND ?";
+
+}  // namespace sql
+
+}  // namespace objectstore

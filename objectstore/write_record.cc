@@ -1,0 +1,68 @@
+// See write_record.h.
+#include "write_record.h"
+
+#include <algorithm>
+
+#include "volume.h"
+
+namespace objectstore {
+
+namespace {
+
+// More properties than this no record can have, by its size.
+constexpr size_t kMostProperties = CEDB_MAXRECORDSIZE / kPropertyOverheadBytes;
+
+// A property keeps its place when it is written again; one that is deleted and written anew goes to the end.
+Status MergeOne(const CEPROPVAL& given, std::vector<CEPROPVAL>& values) {
+  if (!IsKnownType(given.propid)) return Status::kInvalidParameter;
+  if ((given.wFlags & CEDB_PROPNOTFOUND) != 0) return Status::kOk;  // the gap in a block that was read: no value
+  const auto place =
+      std::find_if(values.begin(), values.end(), [&](const CEPROPVAL& value) { return value.propid == given.propid; });
+  if ((given.wFlags & CEDB_PROPDELETE) != 0) {
+    if (place != values.end()) values.erase(place);
+    return Status::kOk;
+  }
+  CEPROPVAL measured;
+  STORE_TRY(Measure(given, measured));
+  if (place != values.end()) {
+    *place = measured;
+  } else if (values.size() == kMostProperties) {
+    return Status::kInvalidParameter;
+  } else {
+    values.push_back(measured);
+  }
+  return Status::kOk;
+}
+
+}  // namespace
+
+Status WriteRecord(OpenDatabase& handle, CEOID& oid, std::span<const CEPROPVAL> values) {
+  if (values.empty() || values.data() == nullptr) return Status::kInvalidParameter;
+  Database& database = handle.database();
+  std::vector<CEPROPVAL> merged;
+  if (oid != 0) {
+    const Record* before = database.Find(oid);
+    if (before == nullptr) return Status::kInvalidParameter;
+    merged.assign(before->properties().begin(), before->properties().end());
+  }
+  for (const CEPROPVAL& value : values) STORE_TRY(MergeOne(value, merged));
+  if (CountedBytes(merged) > CEDB_MAXRECORDSIZE) return Status::kInvalidParameter;
+  CEOID identifier = oid;
+  if (identifier == 0) STORE_TRY(handle.volume().NextIdentifier(identifier));
+  STORE_TRY(database.PutRecord(Record::Create(identifier, merged)));
+  if (oid == 0) handle.volume().UseIdentifier();
+  oid = identifier;
+  return Status::kOk;
+}
+
+Status DeleteRecord(OpenDatabase& handle, CEOID oid) {
+  Database& database = handle.database();
+  const RecordRef record(database.Find(oid));
+  if (!record) return Status::kInvalidParameter;
+  database.ReserveForRemoval();
+  database.RemoveRecord(oid);
+  for (OpenDatabase* other : database.handles()) other->RecordRemoved(record, other == &handle);
+  return Status::kOk;
+}
+
+}  // namespace objectstore
