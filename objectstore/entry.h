@@ -1,7 +1,6 @@
 // Where a client's call enters: it waits for the store, and nothing but a last-error number leaves it.
 #pragma once
 
-#include <exception>
 #include <mutex>
 #include <new>
 
@@ -23,7 +22,7 @@ Status Enter(Body body, Status when_memory_is_short = Status::kNotEnoughMemory) 
     SharedStore& shared = SharedStore::Get();
     const std::lock_guard<std::mutex> guard(shared.lock);
     return body(shared.store);
-  } catch (const std::exception&) {
+  } catch (...) {
     return when_memory_is_short;
   }
 }

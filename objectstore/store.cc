@@ -36,6 +36,7 @@ Status Store::Mount(const WCHAR* path, DWORD disposition, CEGUID& guid, bool& ex
 
 Status Store::MountAgain(Volume& volume, DWORD disposition, CEGUID& guid) {
   if (disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING) return Status::kAccessDenied;
+  if (!volume.IsOfThisProcess()) return Status::kSharingViolation;
   ++volume.references;
   guid = volume.guid();
   return Status::kOk;

@@ -28,6 +28,9 @@ class Volume {
   bool IsSystemStore() const { return file_ == nullptr; }
   bool IsOnFile(const FileIdentity& identity) const { return file_ != nullptr && file_->identity() == identity; }
 
+  // False in a child process, which has the image but not the lock.
+  bool IsOfThisProcess() const { return file_ == nullptr || file_->IsOfThisProcess(); }
+
   // The order in which volumes were mounted; the system's store is 0.
   uint32_t sequence() const { return sequence_; }
 

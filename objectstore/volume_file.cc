@@ -24,7 +24,7 @@ constexpr int kLongSideFilePages = 1000;
 }  // namespace
 
 VolumeFile::~VolumeFile() {
-  if (CheckOwner() != Status::kOk) {
+  if (!IsOfThisProcess()) {
     // Closing would take the side file from the process that still works with it.
     for (auto& statement : statements_) static_cast<void>(statement.release());
     static_cast<void>(connection_.release());
@@ -36,7 +36,7 @@ VolumeFile::~VolumeFile() {
 }
 
 Status VolumeFile::ForEachRow(Table table, int64_t first, int64_t last, const RowSink& sink) {
-  STORE_TRY(CheckOwner());
+  if (!IsOfThisProcess()) return Status::kSharingViolation;
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(QueryOf(kRead, table), statement));
   StatementUse use(*statement);
@@ -53,7 +53,7 @@ Status VolumeFile::ForEachRow(Table table, int64_t first, int64_t last, const Ro
 }
 
 Status VolumeFile::Begin() {
-  STORE_TRY(CheckOwner());
+  if (!IsOfThisProcess()) return Status::kSharingViolation;
   STORE_TRY(CheckStillThere());
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(kBegin, statement));
@@ -98,7 +98,7 @@ Status VolumeFile::CheckpointWhenLong() {
 }
 
 Status VolumeFile::Settle() {
-  STORE_TRY(CheckOwner());
+  if (!IsOfThisProcess()) return Status::kSharingViolation;
   if (CheckStillThere() != Status::kOk) return Status::kOk;  // the names beside it may belong to another file by now
   const int result =
       sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
@@ -114,7 +114,7 @@ Status VolumeFile::CheckStillThere() const {
   return kind == FileKind::kRegular && found == identity_ ? Status::kOk : Status::kFileNotFound;
 }
 
-Status VolumeFile::CheckOwner() const { return getpid() == owner_ ? Status::kOk : Status::kSharingViolation; }
+bool VolumeFile::IsOfThisProcess() const { return getpid() == owner_; }
 
 void VolumeFile::RemoveEmptySideFile() const {
   const std::string side_file = path_.full + "-wal";

@@ -53,6 +53,7 @@ class VolumeFile {
   // Moves all of it; then the object's end leaves one file. Without it, the object's end leaves both as they are.
   Status Settle();
 
+  bool IsOfThisProcess() const;
   const FileIdentity& identity() const { return identity_; }
 
  private:
@@ -62,7 +63,6 @@ class VolumeFile {
   Status Connect();
   Status CheckSchema();
   Status CheckStillThere() const;
-  Status CheckOwner() const;
   bool Exists(const char* suffix) const;
   void RemoveEmptySideFile() const;
 
