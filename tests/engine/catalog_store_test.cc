@@ -28,6 +28,9 @@ class Catalogue : public enginetest::EngineTest {
   void Put(ObjectKind kind, uint16_t index, uint32_t value) {
     EXPECT_EQ(mdb::CatalogWrite(volume, kind, index, {mdb::PropUi4(0x20013, value)}), MDbStatusOk);
   }
+  void PutAll(ObjectKind kind, std::initializer_list<uint16_t> indexes) {
+    for (const uint16_t index : indexes) Put(kind, index, index);
+  }
   // The keys of all objects, in order, without the header's.
   std::vector<std::string> Keys() const {
     std::vector<std::string> keys;
@@ -122,8 +125,9 @@ TEST_F(Catalogue, FindingSeeksTheKeyOfKindAndIndex) {
     uint16_t index;
     uint32_t key;
   } kRows[] = {
-      {ObjectKind::FieldOption, 0, 0x00000}, {ObjectKind::ValueList, 0, 0x10000},  {ObjectKind::Attributes, 0, 0x20000},
-      {ObjectKind::Schema, 7, 0x30007},      {ObjectKind::CreationSeq, 1, 0x40001}, {ObjectKind::Header, 0, 0x50000},
+      {ObjectKind::FieldOption, 0, 0x00000}, {ObjectKind::ValueList, 0, 0x10000},
+      {ObjectKind::Attributes, 0, 0x20000},  {ObjectKind::Schema, 7, 0x30007},
+      {ObjectKind::CreationSeq, 1, 0x40001}, {ObjectKind::Header, 0, 0x50000},
       {ObjectKind::Integrity, 0, 0x60000},   {ObjectKind::Schema, 0xFFFF, 0x3FFFF},
   };
   for (const auto& row : kRows) {
@@ -148,7 +152,7 @@ TEST_F(Catalogue, NothingIsFoundInAClosedCatalogueAndNothingAsked) {
 // ---- counting and deleting
 
 TEST_F(Catalogue, CountingStopsAtTheFirstGap) {
-  for (const uint16_t index : {0, 1, 3}) Put(ObjectKind::Schema, index, index);
+  PutAll(ObjectKind::Schema, {0, 1, 3});
   Put(ObjectKind::CreationSeq, 0, 1);
   seam::PlatformSeam seam;
   uint16_t count = 99;
@@ -158,8 +162,8 @@ TEST_F(Catalogue, CountingStopsAtTheFirstGap) {
 }
 
 TEST_F(Catalogue, CountingStopsAtTheNextKind) {
-  for (const uint16_t index : {0, 1, 2}) Put(ObjectKind::ValueList, index, index);
-  for (const uint16_t index : {0, 1}) Put(ObjectKind::Attributes, index, index);
+  PutAll(ObjectKind::ValueList, {0, 1, 2});
+  PutAll(ObjectKind::Attributes, {0, 1});
   uint16_t count = 99;
   EXPECT_EQ(mdb::CatalogCount(volume, ObjectKind::ValueList, &count), MDbStatusOk);
   EXPECT_EQ(count, 3);
@@ -175,18 +179,17 @@ TEST_F(Catalogue, AKindWithoutIndexZeroCountsNone) {
 }
 
 TEST_F(Catalogue, DeletingAKindStopsAtTheFirstGapAndLeavesTheRest) {
-  for (const uint16_t index : {0, 1, 3}) Put(ObjectKind::Schema, index, index);
+  PutAll(ObjectKind::Schema, {0, 1, 3});
   Put(ObjectKind::Attributes, 0, 1);
   seam::PlatformSeam seam;
   EXPECT_EQ(mdb::CatalogDeleteAll(volume, ObjectKind::Schema), MDbStatusOk);
-  EXPECT_EQ(seam.StoreTexts(),
-            (Lines{Find(0x30000), "CeDeleteRecord(OBJG_0, oid=#1)", Find(0x30001), "CeDeleteRecord(OBJG_0, oid=#2)",
-                   Find(0x30002)}));
+  EXPECT_EQ(seam.StoreTexts(), (Lines{Find(0x30000), "CeDeleteRecord(OBJG_0, oid=#1)", Find(0x30001),
+                                      "CeDeleteRecord(OBJG_0, oid=#2)", Find(0x30002)}));
   EXPECT_EQ(Keys(), (Lines{"0x20000", "0x30003"}));
 }
 
 TEST_F(Catalogue, AFailedDeletionEndsItAtOnce) {
-  for (const uint16_t index : {0, 1, 2}) Put(ObjectKind::Schema, index, index);
+  PutAll(ObjectKind::Schema, {0, 1, 2});
   seam::PlatformSeam seam;
   seam.Fail("CeDeleteRecord", 1);
   EXPECT_EQ(mdb::CatalogDeleteAll(volume, ObjectKind::Schema), MDbStatusFailed);
@@ -260,14 +263,15 @@ TEST_F(Catalogue, CountersAndHeaderNeedAnOpenCatalogue) {
 TEST_F(Catalogue, TheHeaderIsOneBlobOfEightBytes) {
   seam::PlatformSeam seam;
   EXPECT_EQ(mdb::CatalogWriteHeader(volume, {0x04030201, 0x0605, 0x0807}), MDbStatusOk);
-  EXPECT_EQ(seam.Texts(), (Lines{Find(0x50000), seam::Write("#1", "0x30041={01 02 03 04 05 06 07 08}, 0x10013=0x50000")}));
+  EXPECT_EQ(seam.Texts(),
+            (Lines{Find(0x50000), seam::Write("#1", "0x30041={01 02 03 04 05 06 07 08}, 0x10013=0x50000")}));
   seam.Clear();
   mdb::VolumeHeader header{};
   EXPECT_EQ(mdb::CatalogReadHeader(volume, &header), MDbStatusOk);
   EXPECT_EQ(header.magic, 0x04030201u);
   EXPECT_EQ(header.major_version, 0x0605);
   EXPECT_EQ(header.minor_version, 0x0807);
-  EXPECT_EQ(seam.Texts(), (Lines{Find(0x50000)} + seam::ProbedRead("0x30041", seam::kPropertyHeader + 8)));
+  EXPECT_EQ(seam.Texts(), seam::Join({{Find(0x50000)}, seam::ProbedRead("0x30041", seam::kPropertyHeader + 8)}));
 }
 
 // ---- the probe

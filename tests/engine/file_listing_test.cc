@@ -10,7 +10,7 @@ using seam::Lines;
 
 class FileListing : public ::testing::Test {
  protected:
-  void Touch(const char* name) { std::ofstream(folder.path() / name) << "x"; }
+  void Touch(const char* file) { std::ofstream(folder.path() / file) << "x"; }
 
   TemporaryDirectory folder;
   MDbHandle handle = 0x1234;

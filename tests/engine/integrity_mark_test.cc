@@ -15,7 +15,9 @@ class IntegrityMark : public enginetest::EngineTest {
     EXPECT_EQ(MDbCreate(&env, path.c_str(), &volume), MDbStatusOk);
   }
   ~IntegrityMark() override {
-    if (volume.opened) EXPECT_EQ(MDbClose(&env, &volume), MDbStatusOk);
+    if (volume.opened != 0) {
+      EXPECT_EQ(MDbClose(&env, &volume), MDbStatusOk);
+    }
   }
 
   size_t Objects() const {
@@ -59,9 +61,8 @@ TEST_F(IntegrityMark, TheFirstWriteAddsARecordOfValueThenKeyAndTheNextOneFindsIt
   seam::PlatformSeam seam;
   EXPECT_EQ(MDbWriteChecksome(&env, &volume, 1), MDbStatusOk);
   EXPECT_EQ(MDbWriteChecksome(&env, &volume, 2), MDbStatusOk);
-  EXPECT_EQ(seam.Texts(),
-            (Lines{Find(0x60000), seam::Write("0", "0x40013=1, 0x10013=0x60000"), Find(0x60000),
-                   seam::Write("#1", "0x40013=2, 0x10013=0x60000")}));
+  EXPECT_EQ(seam.Texts(), (Lines{Find(0x60000), seam::Write("0", "0x40013=1, 0x10013=0x60000"), Find(0x60000),
+                                 seam::Write("#1", "0x40013=2, 0x10013=0x60000")}));
 }
 
 TEST_F(IntegrityMark, VerifyingFindsTheObjectAndReadsItOnceWithoutAProbe) {

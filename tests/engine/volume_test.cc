@@ -76,9 +76,8 @@ TEST_F(Volume, CreatingMountsANewFileMakesTheCatalogueAndWritesTheHeader) {
 
 TEST_F(Volume, ANewFileHoldsTheCatalogueAndItsHeaderAlone) {
   Create();
-  EXPECT_EQ(seam::SnapshotOfFile(path),
-            (Lines{"OBJG_0 name=\"OBJG_0\", type=0x4F424A47, sorts=[0x10013:0]",
-                   std::string("OBJG_0 [") + kWriteHeader + "]"}));
+  EXPECT_EQ(seam::SnapshotOfFile(path), (Lines{"OBJG_0 name=\"OBJG_0\", type=0x4F424A47, sorts=[0x10013:0]",
+                                               std::string("OBJG_0 [") + kWriteHeader + "]"}));
 }
 
 TEST_F(Volume, CreatingResetsTheCatalogueRecordFirst) {
@@ -157,8 +156,8 @@ TEST_F(Volume, OpeningMountsAnExistingFileAndReadsItsHeader) {
   Create();
   seam::PlatformSeam seam;
   EXPECT_EQ(MDbOpen(&env, path.c_str(), &volume), MDbStatusOk);
-  EXPECT_EQ(seam.Texts(),
-            (Lines{Mount("OPEN_EXISTING"), kOpenCatalogue, Find(0x50000)} + seam::ProbedRead("0x30041", kHeaderRead)));
+  EXPECT_EQ(seam.Texts(), seam::Join({{Mount("OPEN_EXISTING"), kOpenCatalogue, Find(0x50000)},
+                                      seam::ProbedRead("0x30041", kHeaderRead)}));
   EXPECT_EQ(volume.opened, 1);
   EXPECT_EQ(MDbClose(&env, &volume), MDbStatusOk);
 }

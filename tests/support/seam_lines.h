@@ -15,13 +15,10 @@ using Lines = std::vector<std::string>;
 // Bytes of one property's header on this host; text and blobs come on top.
 constexpr size_t kPropertyHeader = sizeof(CEPROPVAL);
 
-inline Lines operator+(Lines lines, const Lines& more) {
-  lines.insert(lines.end(), more.begin(), more.end());
-  return lines;
-}
-
-inline Lines operator+(Lines lines, const std::string& line) {
-  lines.push_back(line);
+// Several stretches of lines as one.
+inline Lines Join(std::initializer_list<Lines> parts) {
+  Lines lines;
+  for (const Lines& part : parts) lines.insert(lines.end(), part.begin(), part.end());
   return lines;
 }
 
@@ -63,6 +60,6 @@ inline Lines ProbedReadKept(const std::string& ids, size_t size) {
   return {Probe(ids), "GetLastError()", Allocate(size), Read(ids, size)};
 }
 
-inline Lines ProbedRead(const std::string& ids, size_t size) { return ProbedReadKept(ids, size) + Free(size); }
+inline Lines ProbedRead(const std::string& ids, size_t size) { return Join({ProbedReadKept(ids, size), {Free(size)}}); }
 
 }  // namespace seam
