@@ -104,6 +104,8 @@ size_t LiveBlocks();
 size_t LiveHandles();
 // Mounts that were not undone.
 size_t LiveMounts();
+// After a test has unmounted, unseen, what the engine left mounted.
+void ForgetMounts();
 
 // While one lives, calls on this thread pass unseen: for tests that use the object store themselves.
 class Unseen {

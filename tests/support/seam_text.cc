@@ -197,6 +197,12 @@ size_t LiveMounts() {
   return mounts;
 }
 
+void ForgetMounts() {
+  AllNames().volumes.clear();
+  AllNames().handles.clear();
+  AllNames().databases.clear();
+}
+
 // ---- texts
 
 Describer::Describer(Call& call) : call_(call) { call_.text = call_.name + "("; }
