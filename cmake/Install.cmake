@@ -1,5 +1,5 @@
-# What `cmake --install` lays out: the shared libraries, the public headers in include/xkrdb, the tool, a pkg-config file and a
-# CMake package. The result may be moved as a whole: every path in it is relative to where it lies.
+# What `cmake --install` lays out: the shared libraries, the public headers in include/xkrdb, the tool, a pkg-config
+# file and a CMake package. The result may be moved as a whole: every path in it is relative to where it lies.
 include(CMakePackageConfigHelpers)
 
 set(xkrdb_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/xkrdb")
@@ -13,7 +13,8 @@ install(TARGETS xkrdb_tool RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 install(EXPORT xkrdb_targets NAMESPACE xkrdb:: DESTINATION "${xkrdb_package_dir}" FILE xkrdb-targets.cmake)
 configure_package_config_file(cmake/xkrdb-config.cmake.in "${CMAKE_BINARY_DIR}/package/xkrdb-config.cmake"
                               INSTALL_DESTINATION "${xkrdb_package_dir}" NO_SET_AND_CHECK_MACRO)
-write_basic_package_version_file("${CMAKE_BINARY_DIR}/package/xkrdb-config-version.cmake" COMPATIBILITY SameMinorVersion)
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/package/xkrdb-config-version.cmake"
+                                 COMPATIBILITY SameMinorVersion)
 install(FILES "${CMAKE_BINARY_DIR}/package/xkrdb-config.cmake" "${CMAKE_BINARY_DIR}/package/xkrdb-config-version.cmake"
         DESTINATION "${xkrdb_package_dir}")
 
