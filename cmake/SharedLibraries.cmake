@@ -12,7 +12,7 @@ function(xkrdb_shared_library target output_name exports)
   file(CONFIGURE OUTPUT "${script}" CONTENT "{\n  global:\n    @names@;\n  local:\n    *;\n};\n" @ONLY)
   set_target_properties(${target} PROPERTIES OUTPUT_NAME "${output_name}" LINKER_LANGUAGE CXX LINK_DEPENDS "${script}"
                                              VERSION "${PROJECT_VERSION}" SOVERSION "${PROJECT_VERSION_MAJOR}"
-                                             INSTALL_RPATH "$ORIGIN")
+                                             INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
   target_link_options(${target} PRIVATE "-Wl,--version-script,${script}" "-Wl,--no-undefined")
   target_link_libraries(${target} PRIVATE xkrdb_build_options ${library_LIBRARIES})
 endfunction()
