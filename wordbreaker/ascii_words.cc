@@ -4,8 +4,9 @@ namespace wordbreaker {
 
 AsciiRules::AsciiRules(const std::function<bool(std::u16string_view)>& is_one_piece) {
   // The apostrophe joins letters and the comma joins digits by every language's rules.
-  for (char16_t c = 1; c < traits_.size(); ++c) {
-    uint8_t& traits = traits_[c];
+  for (size_t i = 1; i < traits_.size(); ++i) {
+    uint8_t& traits = traits_[i];
+    const auto c = static_cast<char16_t>(i);
     if (is_one_piece({std::array{u'a', c}.data(), 2}) && is_one_piece({std::array{c, u'a'}.data(), 2})) {
       traits = kInWords;
       if (is_one_piece({std::array{u'a', u'\'', c}.data(), 3})) traits |= kLetter;

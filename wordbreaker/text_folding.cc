@@ -108,8 +108,21 @@ char32_t NextCharacter(std::u16string_view text, size_t& position) {
 }
 
 void FoldText(std::u16string_view text, std::u16string& folded) {
-  folded.clear();
-  for (size_t position = 0; position < text.size();) folded += FoldCharacter(NextCharacter(text, position)).units;
+  // Most texts fold to their own length or less: that much is written without asking for room.
+  folded.resize(text.size());
+  size_t length = 0;
+  for (size_t position = 0; position < text.size();) {
+    const char16_t first = text[position];
+    if (first < 0x80 && length < folded.size()) {
+      folded[length++] = FoldAscii(first);
+      ++position;
+      continue;
+    }
+    const std::u16string_view units = FoldCharacter(NextCharacter(text, position)).units;
+    if (units.size() > folded.size() - length) folded.resize(2 * folded.size() + units.size());
+    for (const char16_t unit : units) folded[length++] = unit;
+  }
+  folded.resize(length);
 }
 
 }  // namespace wordbreaker

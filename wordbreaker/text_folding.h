@@ -26,6 +26,11 @@ struct FoldedCharacter {
   bool solid;
 };
 
+// The folding of an ASCII character.
+constexpr char16_t FoldAscii(char16_t character) {
+  return character >= u'A' && character <= u'Z' ? static_cast<char16_t>(character + (u'a' - u'A')) : character;
+}
+
 // Any code point up to 0x10FFFF, halves of surrogate pairs, too. May throw std::bad_alloc.
 FoldedCharacter FoldCharacter(char32_t character);
 

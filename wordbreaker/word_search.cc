@@ -52,9 +52,8 @@ bool WordSearch::Finds(std::u16string_view text) {
 
 bool WordSearch::FindsInAscii(std::u16string_view text) {
   ascii_text_.resize(text.size());
-  std::transform(text.begin(), text.end(), ascii_text_.begin(), [](char16_t unit) {
-    return static_cast<char>(unit >= u'A' && unit <= u'Z' ? unit + (u'a' - u'A') : unit);
-  });
+  std::transform(text.begin(), text.end(), ascii_text_.begin(),
+                 [](char16_t unit) { return static_cast<char>(FoldAscii(unit)); });
   return std::all_of(words_.begin(), words_.end(), [this](const Word& word) { return IsInAscii(word); });
 }
 
