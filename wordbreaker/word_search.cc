@@ -26,12 +26,6 @@ std::string AsciiOrNothing(const std::u16string& text) {
   return std::string(text.begin(), text.end());
 }
 
-void Advance(std::u16string_view text, size_t& original, size_t& folded, bool& solid) {
-  const FoldedCharacter character = FoldCharacter(NextCharacter(text, original));
-  folded += character.units.size();
-  solid = character.solid;
-}
-
 }  // namespace
 
 WordSearch::WordSearch(std::u16string_view text, const WordLanguage& language)
@@ -75,59 +69,55 @@ bool WordSearch::FindsInAnyText(std::u16string_view text) {
   return std::all_of(words_.begin(), words_.end(), [&](const Word& word) { return IsInText(word, text); });
 }
 
+bool WordSearch::Advance(std::u16string_view text, Place& place) {
+  const FoldedCharacter character = FoldCharacter(NextCharacter(text, place.original));
+  place.folded += character.units.size();
+  return character.solid;
+}
+
 bool WordSearch::IsInText(const Word& word, std::u16string_view text) {
   Place place;
-  bool solid;
   for (size_t start = 0; (start = folded_text_.find(word.folded, start)) != std::u16string::npos; ++start) {
-    while (place.folded < start) Advance(text, place.original, place.folded, solid);
+    while (place.folded < start) Advance(text, place);
     // Inside one character's folding no word starts. In front of a character without a folding of its own one may, and
     // also behind it.
     while (place.folded == start) {
       if (WordStartsAt(place, start + word.folded.size(), text)) return true;
-      Advance(text, place.original, place.folded, solid);
+      Advance(text, place);
     }
   }
   return false;
 }
 
-// True when a word of the text starts there and its folding reaches folded_end. Answers without the iterator where
-// solid characters leave no doubt.
 bool WordSearch::WordStartsAt(Place start, size_t folded_end, std::u16string_view text) {
-  Place end = start;
-  bool all_solid = true;
-  while (end.folded < folded_end) {
-    bool solid;
-    Advance(text, end.original, end.folded, solid);
-    all_solid = all_solid && solid;
-  }
   bool starts_apart = start.original == 0;
   if (!starts_apart) {
     const char16_t before = text[start.original - 1];
     size_t next = start.original;
-    const bool starts_solid = FoldCharacter(NextCharacter(text, next)).solid;
-    if (starts_solid && FoldCharacter(before).solid) return false;
+    if (FoldCharacter(before).solid && FoldCharacter(NextCharacter(text, next)).solid) return false;
     starts_apart = ascii_rules_.AlwaysSeparates(before);
   }
-  if (starts_apart && all_solid && IsSolidToItsEnd(end.original, text)) return true;
-  return WordReaches(start.original, end.original, text);
+  if (starts_apart && SolidWordReaches(start, folded_end, text)) return true;
+  return IteratorsWordReaches(start, folded_end, text);
 }
 
-// True when only solid characters follow, up to one that certainly ends the word. The whole word must be seen: a mark
-// behind a low line makes all of it no word.
-bool WordSearch::IsSolidToItsEnd(size_t position, std::u16string_view text) const {
-  size_t next = position;
-  while (position < text.size() && FoldCharacter(NextCharacter(text, next)).solid) position = next;
-  if (position == text.size() || ascii_rules_.AlwaysSeparates(text[position])) return true;
-  if (text[position] >= 0x80 || ascii_rules_.IsInWords(text[position])) return false;
-  return position + 1 == text.size() || ascii_rules_.AlwaysSeparates(text[position + 1]);
+bool WordSearch::SolidWordReaches(Place place, size_t folded_end, std::u16string_view text) const {
+  for (Place next = place; next.original < text.size() && Advance(text, next);) place = next;
+  const size_t end = place.original;
+  if (place.folded < folded_end) return false;
+  if (end == text.size() || ascii_rules_.AlwaysSeparates(text[end])) return true;
+  if (text[end] >= 0x80 || ascii_rules_.IsInWords(text[end])) return false;
+  return end + 1 == text.size() || ascii_rules_.AlwaysSeparates(text[end + 1]);
 }
 
-bool WordSearch::WordReaches(size_t start, size_t end, std::u16string_view text) {
+bool WordSearch::IteratorsWordReaches(Place place, size_t folded_end, std::u16string_view text) {
   if (!iterator_has_text_) SetText(iterator_.get(), text);
   iterator_has_text_ = true;
-  if (!ubrk_isBoundary(iterator_.get(), static_cast<int32_t>(start))) return false;
-  return ubrk_next(iterator_.get()) >= static_cast<int32_t>(end) &&
-         ubrk_getRuleStatus(iterator_.get()) >= UBRK_WORD_NONE_LIMIT;
+  if (!ubrk_isBoundary(iterator_.get(), static_cast<int32_t>(place.original))) return false;
+  const int32_t end = ubrk_next(iterator_.get());
+  if (end == UBRK_DONE || ubrk_getRuleStatus(iterator_.get()) < UBRK_WORD_NONE_LIMIT) return false;
+  while (place.folded < folded_end && place.original < static_cast<size_t>(end)) Advance(text, place);
+  return place.folded >= folded_end;
 }
 
 }  // namespace wordbreaker

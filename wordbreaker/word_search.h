@@ -17,7 +17,7 @@
 
 namespace wordbreaker {
 
-// For one thread at a time. Every call may throw std::bad_alloc or IcuFailure and is then without effect.
+// For one thread at a time. Every call may throw std::bad_alloc or IcuFailure; the next one works again.
 class WordSearch {
  public:
   WordSearch(std::u16string_view text, const WordLanguage& language);
@@ -42,9 +42,20 @@ class WordSearch {
 
   bool IsInAscii(const Word& word) const;
   bool IsInText(const Word& word, std::u16string_view text);
+
+  // Moves place past one character; true when that is solid.
+  static bool Advance(std::u16string_view text, Place& place);
+
+  // True when a word of the text starts there and its folding reaches folded_end.
   bool WordStartsAt(Place start, size_t folded_end, std::u16string_view text);
-  bool IsSolidToItsEnd(size_t position, std::u16string_view text) const;
-  bool WordReaches(size_t start, size_t end, std::u16string_view text);
+
+  // The same, when a word starts there for certain. Without the iterator: true only for a word of solid characters
+  // behind which it ends for certain. The whole word must be seen, since a mark behind a low line makes all of it no
+  // word.
+  bool SolidWordReaches(Place place, size_t folded_end, std::u16string_view text) const;
+
+  // The same as WordStartsAt, by the iterator.
+  bool IteratorsWordReaches(Place place, size_t folded_end, std::u16string_view text);
 
   std::vector<Word> words_;
   AsciiRules ascii_rules_;

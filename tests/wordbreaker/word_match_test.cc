@@ -210,13 +210,18 @@ TEST(WordMatch, VeryLongTexts) {
   const std::u16string plain(100000, u'a');
   std::u16string accented;
   std::u16string words;
-  for (int i = 0; i < 25000; ++i) {
+  std::u16string ideographs;
+  for (int i = 0; i < 100000; ++i) {
     accented += u"\u00E1";
+    ideographs += u"\u6771";
     words += u"\u00E4b ";
   }
   EXPECT_TRUE(Found(plain, plain));
   EXPECT_FALSE(Found(plain + u"a", plain));
-  EXPECT_TRUE(Found(std::u16string(25000, u'a'), accented));
+  EXPECT_TRUE(Found(std::u16string(50000, u'a'), accented));
+  EXPECT_FALSE(Found(std::u16string(5000, u'a') + u"b", accented.substr(0, 10000)));
+  EXPECT_FALSE(Found(u"\u6771\u4EAC", ideographs));
+  EXPECT_TRUE(Found(u"\u6771", ideographs));
   EXPECT_FALSE(Found(u"b", accented + u"b"));
   EXPECT_TRUE(Found(u"ab z", words + u"Z"));
   EXPECT_FALSE(Found(u"b", words));
