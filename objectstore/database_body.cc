@@ -1,7 +1,7 @@
 // See database_body.h.
 #include "database_body.h"
 
-#include "property.h"
+#include "stored_property.h"
 
 namespace objectstore {
 

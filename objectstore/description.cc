@@ -8,7 +8,7 @@
 #include <cstring>
 #include <limits>
 
-#include "property.h"
+#include "stored_property.h"
 
 namespace objectstore {
 

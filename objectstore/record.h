@@ -10,7 +10,7 @@
 #include <span>
 #include <utility>
 
-#include "property.h"
+#include "stored_property.h"
 
 namespace objectstore {
 

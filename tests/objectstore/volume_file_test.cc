@@ -1,80 +1,404 @@
-// Volume files as clients meet them: what is there after a flush, what a second mount finds, and what is not ours.
-#include <gtest/gtest.h>
-#include <stdlib.h>
+// Volume files as clients meet them: what a flush leaves in the file, what a later mount finds, and what rows that do
+// not agree with each other come to.
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstring>
-#include <filesystem>
-#include <string>
-
-#include "local_heap.h"
-#include "object_store.h"
+#include "volume_file_fixture.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr CEPROPID kNumber = 1u << 16 | CEVT_UI4;
-constexpr CEPROPID kText = 2u << 16 | CEVT_LPWSTR;
+using VolumeFile = VolumeFileTest;
 
-class VolumeFile : public ::testing::Test {
- protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/objectstore-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    directory_ = pattern;
-  }
-  void TearDown() override { fs::remove_all(directory_); }
-
-  std::u16string Path(const char* name = "test.vol") const { return (directory_ / name).u16string(); }
-
-  fs::path directory_;
-};
-
-CEOID CreateDatabase(const CEGUID& guid, const char16_t* name) {
-  CEDBASEINFO info = {};
-  info.dwFlags = CEDB_VALIDNAME | CEDB_VALIDTYPE | CEDB_VALIDSORTSPEC;
-  std::memcpy(info.szDbaseName, name, (std::char_traits<char16_t>::length(name) + 1) * sizeof(char16_t));
-  info.wNumSortOrder = 1;
-  info.rgSortSpecs[0] = {kNumber, 0};
-  return CeCreateDatabaseEx(&guid, &info);
+TEST_F(VolumeFile, ANewVolumeIsReadableByItsOwnerAlone) {
+  const mode_t before = umask(022);
+  const CEGUID guid = Mount(CREATE_NEW);
+  Unmount(guid);
+  umask(before);
+  struct stat found;
+  ASSERT_EQ(stat(File().c_str(), &found), 0);
+  EXPECT_EQ(found.st_mode & 07777, 0600u);
 }
 
-TEST_F(VolumeFile, KeepsRecordsAcrossMounts) {
-  CEGUID guid;
-  ASSERT_TRUE(CeMountDBVol(&guid, Path().c_str(), CREATE_NEW));
-  CEOID oid = CreateDatabase(guid, u"things");
-  ASSERT_NE(oid, 0u);
-  HANDLE handle = CeOpenDatabaseEx(&guid, &oid, nullptr, kNumber, CEDB_AUTOINCREMENT, nullptr);
-  ASSERT_NE(handle, INVALID_HANDLE_VALUE);
-  char16_t text[] = u"hello";
-  for (uint32_t i = 0; i < 200; ++i) {
-    CEPROPVAL values[2] = {};
-    values[0].propid = kNumber;
-    values[0].val.ulVal = 1000 - i;
-    values[1].propid = kText;
-    values[1].val.lpwstr = text;
-    ASSERT_NE(CeWriteRecordProps(handle, 0, 2, values), 0u) << GetLastError();
-  }
+TEST_F(VolumeFile, TheLastUnmountLeavesOneFile) {
+  const CEGUID guid = Mount(CREATE_NEW);
+  Write(Open(guid, Create(guid, u"a")), 0, 1, u"one");
+  EXPECT_TRUE(CeFlushDBVol(&guid));
+  Unmount(guid);
+  EXPECT_EQ(Names(), std::vector<std::string>{"test.vol"});
+}
+
+TEST_F(VolumeFile, RecordsComeBackAtTheNextMount) {
+  CEGUID guid = Mount(CREATE_NEW);
+  const CEOID database = Create(guid, u"a");
+  HANDLE handle = Open(guid, database);
+  for (uint32_t i = 0; i < 300; ++i) Write(handle, 0, 1000 - i, u"text", i);
+  const auto contents = Contents(guid, database);
+  ASSERT_EQ(contents.size(), 300u);
+  Unmount(guid);
+  guid = Mount(OPEN_EXISTING);
+  EXPECT_EQ(Contents(guid, database), contents);
+  Unmount(guid);
+}
+
+TEST_F(VolumeFile, AFlushSurvivesTheEndOfTheProcess) {
+  const CEGUID guid = Mount(CREATE_NEW);
+  const CEOID database = Create(guid, u"a");
+  const HANDLE handle = Open(guid, database);
+  Write(handle, 0, 1, u"flushed");
+  ASSERT_TRUE(CeFlushDBVol(&guid));
+  const auto flushed = Contents(guid, database);
+  Write(handle, 0, 2, u"lost");
+  // What a process leaves that ends here: the file and the one beside it.
+  fs::copy_file(File(), File("copy.vol"));
+  fs::copy_file(File("test.vol-wal"), File("copy.vol-wal"));
+  const CEGUID copy = Mount(OPEN_EXISTING, "copy.vol");
+  EXPECT_EQ(Contents(copy, database), flushed);
+  Unmount(copy);
+  Unmount(guid);
+}
+
+TEST_F(VolumeFile, WithoutAFlushTheFileHasNothing) {
+  const CEGUID guid = Mount(CREATE_NEW);
+  Write(Open(guid, Create(guid, u"a")), 0, 1, u"one");
+  fs::copy_file(File(), File("copy.vol"));
+  const CEGUID copy = Mount(OPEN_EXISTING, "copy.vol");
+  const HANDLE find = CeFindFirstDatabaseEx(&copy, 0);
+  EXPECT_EQ(CeFindNextDatabaseEx(find, nullptr), 0u);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NO_MORE_ITEMS));
+  Unmount(copy);
+  Unmount(guid);
+}
+
+TEST_F(VolumeFile, AMountThatChangesNothingLeavesEveryByte) {
+  CEGUID guid = Mount(CREATE_NEW);
+  const CEOID database = Create(guid, u"a");
+  Write(Open(guid, database), 0, 1, u"one");
+  Unmount(guid);
+  const std::string before = Bytes(File());
+  guid = Mount(OPEN_EXISTING);
+  EXPECT_EQ(Contents(guid, database).size(), 1u);
+  EXPECT_TRUE(CeFlushDBVol(&guid));
+  EXPECT_TRUE(CeFlushDBVol(nullptr));
+  Unmount(guid);
+  EXPECT_EQ(Bytes(File()), before);
+}
+
+TEST_F(VolumeFile, ADatabaseThatComesAndGoesBetweenFlushesLeavesOnlyItsIdentifiersUsed) {
+  CEGUID guid = Mount(CREATE_NEW);
+  Create(guid, u"stays");
+  ASSERT_TRUE(CeFlushDBVol(&guid));
+  const CEOID view = Create(guid, u"view");
+  const HANDLE handle = Open(guid, view);
+  const CEOID last = Write(handle, 0, 1, u"one");
   ASSERT_TRUE(CloseHandle(handle));
-  ASSERT_TRUE(CeUnmountDBVol(&guid)) << GetLastError();
-  EXPECT_FALSE(fs::exists(directory_ / "test.vol-wal"));
-  ASSERT_TRUE(CeMountDBVol(&guid, Path().c_str(), OPEN_EXISTING)) << GetLastError();
-  handle = CeOpenDatabaseEx(&guid, &oid, nullptr, kNumber, CEDB_AUTOINCREMENT, nullptr);
-  ASSERT_NE(handle, INVALID_HANDLE_VALUE) << GetLastError();
-  DWORD index = 9;
-  EXPECT_NE(CeSeekDatabase(handle, CEDB_SEEK_BEGINNING, 5, &index), 0u);
-  EXPECT_EQ(index, 5u);
-  BYTE* buffer = nullptr;
-  DWORD size = 0;
-  WORD count = 0;
-  EXPECT_NE(CeReadRecordPropsEx(handle, CEDB_ALLOWREALLOC, &count, nullptr, &buffer, &size, 0), 0u);
-  ASSERT_EQ(count, 2);
-  EXPECT_EQ(reinterpret_cast<CEPROPVAL*>(buffer)[0].val.ulVal, 806u);
-  EXPECT_STREQ(reinterpret_cast<const char*>(reinterpret_cast<CEPROPVAL*>(buffer)[1].val.lpwstr), "h");
-  LocalFree(buffer);
-  ASSERT_TRUE(CeUnmountDBVol(&guid)) << GetLastError();
+  ASSERT_TRUE(CeDeleteDatabaseEx(&guid, view));
+  Unmount(guid);
+  EXPECT_EQ(Ask(File(), "SELECT count(*) FROM database"), 1);
+  EXPECT_EQ(Ask(File(), "SELECT count(*) FROM record"), 0);
+  guid = Mount(OPEN_EXISTING);
+  EXPECT_GT(Create(guid, u"next"), last);
+  Unmount(guid);
+}
+
+TEST_F(VolumeFile, ADeletedDatabaseTakesItsRowsAlong) {
+  CEGUID guid = Mount(CREATE_NEW);
+  const CEOID database = Create(guid, u"goes");
+  HANDLE handle = Open(guid, database);
+  std::vector<CEOID> oids;
+  for (uint32_t i = 0; i < 100; ++i) oids.push_back(Write(handle, 0, i, u"text"));
+  ASSERT_TRUE(CeFlushDBVol(&guid));
+  for (const CEOID oid : oids) SetNumber(handle, oid, kNumber, oid);
+  ASSERT_TRUE(CeFlushDBVol(&guid));
+  ASSERT_TRUE(CloseHandle(handle));
+  ASSERT_TRUE(CeDeleteDatabaseEx(&guid, database));
+  Unmount(guid);
+  EXPECT_EQ(Ask(File(),
+                "SELECT (SELECT count(*) FROM database) + (SELECT count(*) FROM record) + "
+                "(SELECT count(*) FROM packed)"),
+            0);
+}
+
+// A record's numbers are given anew in three rounds; each column of numbers goes into one row where many changed.
+class PackedColumns : public VolumeFileTest {
+ protected:
+  void SetUp() override {
+    guid_ = Mount(CREATE_NEW);
+    database_ = Create(guid_, u"a");
+    handle_ = Open(guid_, database_);
+    for (uint32_t i = 0; i < 100; ++i) oids_.push_back(Write(handle_, 0, i, u"text", i));
+    ASSERT_TRUE(CeFlushDBVol(&guid_));
+    for (const CEOID oid : oids_) SetNumber(handle_, oid, kNumber, 5000 - oid);
+    ASSERT_TRUE(CeFlushDBVol(&guid_));
+  }
+
+  // The same after a mount as before it.
+  void ExpectLasting(int64_t columns) {
+    const auto contents = Contents(guid_, database_);
+    Unmount(guid_);
+    EXPECT_EQ(Ask(File(), "SELECT count(*) FROM packed"), columns);
+    guid_ = Mount(OPEN_EXISTING);
+    EXPECT_EQ(Contents(guid_, database_), contents);
+    Unmount(guid_);
+  }
+
+  CEGUID guid_;
+  CEOID database_;
+  HANDLE handle_;
+  std::vector<CEOID> oids_;
+};
+
+TEST_F(PackedColumns, AChangedColumnIsOneRow) {
+  const std::string row = "SELECT count(*) FROM packed WHERE key = " + std::to_string(database_) + " * 4294967296 + " +
+                          std::to_string(kNumber);
+  ExpectLasting(1);
+  EXPECT_EQ(Ask(File(), row.c_str()), 1);
+}
+
+TEST_F(PackedColumns, ALaterRowOfARecordWins) {
+  SetNumber(handle_, oids_[3], kNumber, 1);
+  ExpectLasting(1);
+}
+
+TEST_F(PackedColumns, ALaterColumnWinsOverTheRow) {
+  SetNumber(handle_, oids_[3], kNumber, 1);
+  ASSERT_TRUE(CeFlushDBVol(&guid_));
+  for (const CEOID oid : oids_) SetNumber(handle_, oid, kNumber, oid * 2);
+  ExpectLasting(1);
+}
+
+TEST_F(PackedColumns, TwoColumnsOfOneDatabaseBothCount) {
+  for (const CEOID oid : oids_) SetNumber(handle_, oid, kOther, oid * 3);
+  ExpectLasting(2);
+}
+
+TEST_F(PackedColumns, ARecordThatLostThePropertyDoesNotGetItBack) {
+  CEPROPVAL value = {};
+  value.propid = kNumber;
+  value.wFlags = CEDB_PROPDELETE;
+  ASSERT_EQ(CeWriteRecordProps(handle_, oids_[5], 1, &value), oids_[5]);
+  ExpectLasting(1);
+}
+
+TEST_F(PackedColumns, DeletedAndNewRecordsDoNotDisturbTheColumn) {
+  ASSERT_TRUE(CeDeleteRecord(handle_, oids_[7]));
+  Write(handle_, 0, 9, u"new", 9);
+  ExpectLasting(1);
+}
+
+TEST_F(PackedColumns, ARecordWithMoreChangesGetsItsRowInTheSameFlush) {
+  for (const CEOID oid : oids_) SetNumber(handle_, oid, kNumber, oid + 7);
+  Write(handle_, oids_[9], 8, u"more", 8);
+  ExpectLasting(1);
+}
+
+TEST_F(PackedColumns, SixtyFourChangesAreRows) {
+  for (size_t i = 0; i < 64; ++i) SetNumber(handle_, oids_[i], kOther, 1);
+  ExpectLasting(1);
+}
+
+// Rows that are sound one by one but do not agree.
+class LyingRows : public VolumeFileTest {
+ protected:
+  void SetUp() override {
+    const CEGUID guid = Mount(CREATE_NEW);
+    database_ = Create(guid, u"a");
+    sound_ = Create(guid, u"sound");
+    HANDLE handle = Open(guid, database_);
+    std::vector<CEOID> oids;
+    for (uint32_t i = 0; i < 100; ++i) oids.push_back(Write(handle, 0, i, u"text"));
+    ASSERT_TRUE(CeFlushDBVol(&guid));
+    fs::copy_file(File(), File("older.vol"));
+    fs::copy_file(File("test.vol-wal"), File("older.vol-wal"));
+    for (const CEOID oid : oids) SetNumber(handle, oid, kNumber, oid);
+    Unmount(guid);
+  }
+  CEOID database_;
+  CEOID sound_;
+};
+
+TEST_F(LyingRows, ADatabaseWhoseRowsDoNotAgreeCannotBeOpenedWhileOthersCan) {
+  const struct {
+    const char* why;
+    const char* statements;
+  } kRows[] = {
+      {"a record is missing", "DELETE FROM record WHERE key IN (SELECT max(key) FROM record)"},
+      {"a record too many", "INSERT INTO record SELECT max(key) + 1, (SELECT body FROM record LIMIT 1) FROM record"},
+      {"two records changed places",
+       "CREATE TEMP TABLE t AS SELECT key, body FROM record ORDER BY key LIMIT 2;"
+       "UPDATE record SET body = (SELECT body FROM t WHERE t.key <> record.key) WHERE key IN (SELECT key FROM t)"},
+      {"a body of a record is text", "UPDATE record SET body = 'x' WHERE key = (SELECT min(key) FROM record)"},
+      {"a body of a record is empty", "UPDATE record SET body = x'' WHERE key = (SELECT min(key) FROM record)"},
+      {"the column is missing", "DELETE FROM packed"},
+      {"the column is another's", "UPDATE packed SET key = key + 65536"},
+  };
+  for (const auto& row : kRows) {
+    const fs::path file = File("changed.vol");
+    fs::copy_file(File(), file, fs::copy_options::overwrite_existing);
+    ChangeBehindTheStore(file, row.statements);
+    const std::string before = Bytes(file);
+    const CEGUID guid = Mount(OPEN_EXISTING, "changed.vol");
+    CEOID oid = database_;
+    SetLastError(0);
+    EXPECT_EQ(CeOpenDatabaseEx(&guid, &oid, nullptr, 0, 0, nullptr), INVALID_HANDLE_VALUE) << row.why;
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_CORRUPT)) << row.why;
+    EXPECT_TRUE(Contents(guid, sound_).empty()) << row.why;
+    Unmount(guid);
+    EXPECT_EQ(Bytes(file), before) << row.why;
+  }
+}
+
+TEST_F(LyingRows, AnOlderStateOfTheColumnIsCorrupt) {
+  // A second new column, and the row of the first one in its place: sound, of this database and property, but not
+  // current.
+  const CEGUID guid = Mount(OPEN_EXISTING);
+  const HANDLE handle = Open(guid, database_);
+  fs::copy_file(File(), File("older_column.vol"));
+  for (const auto& [oid, line] : Contents(guid, database_)) SetNumber(handle, oid, kNumber, oid + 1);
+  Unmount(guid);
+  ChangeBehindTheStore(File(), "ATTACH '" + File("older_column.vol").string() +
+                                   "' AS older; UPDATE packed SET body = (SELECT body FROM older.packed)");
+  const CEGUID again = Mount(OPEN_EXISTING);
+  CEOID oid = database_;
+  EXPECT_EQ(CeOpenDatabaseEx(&again, &oid, nullptr, 0, 0, nullptr), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_CORRUPT));
+  Unmount(again);
+}
+
+TEST_F(LyingRows, ACatalogueThatDoesNotAgreeIsNotMounted) {
+  const struct {
+    const char* why;
+    const char* statements;
+  } kRows[] = {
+      {"no row of the volume", "DELETE FROM volume"},
+      {"two rows of the volume", "INSERT INTO volume SELECT 2, body FROM volume"},
+      {"the volume's row under another key", "UPDATE volume SET id = 2"},
+      {"a database is missing", "DELETE FROM database WHERE oid = (SELECT max(oid) FROM database)"},
+      {"a database under another identifier",
+       "UPDATE database SET oid = oid + 1 WHERE oid = (SELECT max(oid) FROM database)"},
+      {"a database twice", "INSERT INTO database SELECT max(oid) + 1, body FROM database"},
+  };
+  for (const auto& row : kRows) {
+    const fs::path file = File("changed.vol");
+    fs::copy_file(File(), file, fs::copy_options::overwrite_existing);
+    ChangeBehindTheStore(file, row.statements);
+    const std::string before = Bytes(file);
+    const auto names = Names();
+    EXPECT_EQ(MountError(OPEN_EXISTING, "changed.vol"), static_cast<DWORD>(ERROR_FILE_CORRUPT)) << row.why;
+    EXPECT_EQ(Bytes(file), before) << row.why;
+    EXPECT_EQ(Names(), names) << row.why;
+  }
+}
+
+// Runs a body in another process that was started before this one mounted anything. The process waits for a line.
+class OtherProcess {
+ public:
+  template <typename Body>
+  explicit OtherProcess(Body body) {
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    child_ = fork();
+    if (child_ == 0) {
+      close(ends[1]);
+      char byte = 0;
+      const bool told = read(ends[0], &byte, 1) == 1;
+      _exit(told ? body() : 99);
+    }
+    close(ends[0]);
+    start_ = ends[1];
+  }
+  int Run() {
+    EXPECT_EQ(write(start_, "x", 1), 1);
+    close(start_);
+    int status = 0;
+    EXPECT_EQ(waitpid(child_, &status, 0), child_);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+ private:
+  pid_t child_ = -1;
+  int start_ = -1;
+};
+
+TEST_F(VolumeFile, ASecondProcessIsRefusedWhateverItAsks) {
+  for (const DWORD disposition : {OPEN_EXISTING, OPEN_ALWAYS, CREATE_ALWAYS, TRUNCATE_EXISTING}) {
+    OtherProcess other([this, disposition] {
+      CEGUID guid;
+      return CeMountDBVol(&guid, Path().c_str(), disposition) ? 98 : static_cast<int>(GetLastError());
+    });
+    CEGUID guid = Mount(OPEN_ALWAYS);
+    const CEOID before = Create(guid, u"db" + std::u16string(1, static_cast<char16_t>(u'0' + disposition)));
+    EXPECT_EQ(other.Run(), ERROR_SHARING_VIOLATION) << disposition;
+    Unmount(guid);
+    guid = Mount(OPEN_EXISTING);
+    EXPECT_TRUE(Contents(guid, before).empty()) << disposition;
+    Unmount(guid);
+  }
+}
+
+TEST_F(VolumeFile, AnotherProcessMayMountItAfterTheLastUnmount) {
+  OtherProcess other([this] {
+    CEGUID guid;
+    return CeMountDBVol(&guid, Path().c_str(), OPEN_EXISTING) && CeUnmountDBVol(&guid) ? 0 : 1;
+  });
+  Unmount(Mount(CREATE_NEW));
+  EXPECT_EQ(other.Run(), 0);
+}
+
+TEST_F(VolumeFile, AChildProcessDoesNotInheritTheMount) {
+  const CEGUID guid = Mount(CREATE_NEW);
+  Create(guid, u"a");
+  OtherProcess child([this, guid] {
+    CEGUID second;
+    if (CeMountDBVol(&second, Path().c_str(), OPEN_EXISTING) || GetLastError() != ERROR_SHARING_VIOLATION) return 1;
+    if (CeFlushDBVol(&guid) || GetLastError() != ERROR_SHARING_VIOLATION) return 2;
+    if (CeUnmountDBVol(&guid)) return 3;
+    return CeUnmountDBVol(&guid) ? 0 : 4;  // it can let go of its copy
+  });
+  EXPECT_EQ(child.Run(), 0);
+  EXPECT_TRUE(CeFlushDBVol(&guid)) << "last error " << GetLastError();
+  EXPECT_TRUE(fs::exists(File("test.vol-wal")));
+  Unmount(guid);
+}
+
+TEST_F(VolumeFile, AnotherPathToAMountedFileIsTheSameVolume) {
+  fs::create_directory(File("folder"));
+  fs::create_directory_symlink(File("folder"), File("link"));
+  const CEGUID guid = Mount(CREATE_NEW, "folder/test.vol");
+  fs::create_hard_link(File("folder/test.vol"), File("hard.vol"));
+  const CEOID database = Create(guid, u"a");
+  for (const char* path : {"link/test.vol", "folder/../folder/test.vol", "hard.vol"}) {
+    const CEGUID again = Mount(OPEN_EXISTING, path);
+    EXPECT_EQ(std::memcmp(&again, &guid, sizeof guid), 0) << path;
+    EXPECT_TRUE(Contents(again, database).empty()) << path;
+    Unmount(again);
+  }
+  Unmount(guid);
+}
+
+TEST_F(VolumeFile, WhatADeletedVolumeLeftIsNotTakenForTheNewOnes) {
+  CEGUID guid = Mount(CREATE_NEW);
+  Create(guid, u"of old");
+  ASSERT_TRUE(CeFlushDBVol(&guid));
+  fs::copy_file(File("test.vol-wal"), File("crashed.vol-wal"));
+  Unmount(guid);
+  guid = Mount(CREATE_NEW, "crashed.vol");
+  CEOID oid = 0;
+  EXPECT_EQ(CeOpenDatabaseEx(&guid, &oid, u"of old", 0, 0, nullptr), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+  Unmount(guid);
+}
+
+TEST_F(VolumeFile, AFlushIntoAFileWithoutANameIsNotReportedAsDone) {
+  const CEGUID guid = Mount(CREATE_NEW);
+  Create(guid, u"a");
+  fs::remove(File());
+  EXPECT_FALSE(CeFlushDBVol(&guid));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+  EXPECT_FALSE(CeUnmountDBVol(&guid));
+  EXPECT_TRUE(CeUnmountDBVol(&guid));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// See property.h.
-#include "property.h"
+// See stored_property.h.
+#include "stored_property.h"
 
 #include <cstring>
 
