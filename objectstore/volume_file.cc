@@ -31,8 +31,9 @@ VolumeFile::~VolumeFile() {
     return;
   }
   for (auto& statement : statements_) statement.reset();
+  // Before the lock goes: afterwards the name may belong to another process's mount.
+  if (locked_ && !settled_ && !side_file_existed_) RemoveEmptySideFile();
   connection_.reset();
-  if (!sound_ && !side_file_existed_) RemoveEmptySideFile();
 }
 
 Status VolumeFile::ForEachRow(Table table, int64_t first, int64_t last, const RowSink& sink) {
@@ -103,7 +104,9 @@ Status VolumeFile::Settle() {
   const int result =
       sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
   STORE_TRY(StatusOfSqlite(result));
-  return StatusOfSqlite(sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr));
+  STORE_TRY(StatusOfSqlite(sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr)));
+  settled_ = true;
+  return Status::kOk;
 }
 
 // The path still leads to the file that was opened. What is written to a file without a name would be lost.

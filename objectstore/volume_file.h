@@ -82,7 +82,8 @@ class VolumeFile {
   FileIdentity identity_;
   pid_t owner_;
   bool side_file_existed_ = false;
-  bool sound_ = false;  // the schema has been checked
+  bool locked_ = false;
+  bool settled_ = false;
   bool directory_synced_ = true;
   int side_file_pages_ = 0;
   Connection connection_;

@@ -72,11 +72,12 @@ Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std:
   std::unique_ptr<VolumeFile> file(new VolumeFile(path, identity));
   STORE_TRY(file->CheckHeader());
   STORE_TRY(file->CheckNoJournal());
-  STORE_TRY(file->Connect());
-  STORE_TRY(file->CheckSchema());
+  Status status = file->Connect();
+  if (status == Status::kOk) status = file->CheckSchema();
+  file->locked_ = status == Status::kOk || status == Status::kCorrupt;  // nobody reads a page without the lock
+  STORE_TRY(status);
   // Another process may have put another file in this one's place before the lock was ours.
   STORE_TRY(file->CheckStillThere());
-  file->sound_ = true;
   opened = std::move(file);
   return Status::kOk;
 }

@@ -12,6 +12,7 @@ namespace {
 struct Refusal {
   int calls_before = -1;  // below zero: nothing is refused
   int error = 0;
+  bool struck = false;
   bool Strikes() {
     if (calls_before < 0) return false;
     if (calls_before > 0) {
@@ -19,6 +20,7 @@ struct Refusal {
       return false;
     }
     errno = error;
+    struck = true;
     return true;
   }
 };
@@ -102,7 +104,7 @@ TEST_F(FailedWrite, AFlushIsSynced) {
 TEST_F(FailedWrite, AFailedSyncPoisonsTheVolume) {
   Write(handle_, 0, 2, u"more");
   const auto after = Contents(guid_, database_);
-  refused_syncs = {0, EIO};
+  refused_syncs = {0, EIO, false};
   EXPECT_FALSE(CeFlushDBVol(&guid_));
   const DWORD error = GetLastError();
   EXPECT_EQ(error, static_cast<DWORD>(ERROR_WRITE_FAULT));
@@ -112,7 +114,7 @@ TEST_F(FailedWrite, AFailedSyncPoisonsTheVolume) {
 
 TEST_F(FailedWrite, AFullDeviceIsReportedAsFull) {
   Write(handle_, 0, 2, u"more");
-  refused_writes = {0, ENOSPC};
+  refused_writes = {0, ENOSPC, false};
   EXPECT_FALSE(CeFlushDBVol(&guid_));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DISK_FULL));
   ExpectPoisoned(ERROR_DISK_FULL);
@@ -122,7 +124,7 @@ TEST_F(FailedWrite, AFullDeviceIsReportedAsFull) {
 TEST_F(FailedWrite, AFailureThatAnUnmountMeetsKeepsTheVolumeMounted) {
   Write(handle_, 0, 2, u"more");
   const auto after = Contents(guid_, database_);
-  refused_syncs = {0, EIO};
+  refused_syncs = {0, EIO, false};
   EXPECT_FALSE(CeUnmountDBVol(&guid_));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_WRITE_FAULT));
   Heal();
@@ -146,13 +148,13 @@ TEST_F(FailedWrite, WhereverItFailsTheFileHoldsTheFlushBeforeOrTheOneUnderWay) {
       handle_ = Open(guid_, database_);
       for (uint32_t i = 0; i < 40; ++i) Write(handle_, 0, i, std::u16string(300, u'x'));
       const auto after = Contents(guid_, database_);
-      *refusal = {n, EIO};
+      *refusal = {n, EIO, false};
       const bool flushed = CeFlushDBVol(&guid_) != 0;
       const bool unmounted = CeUnmountDBVol(&guid_) != 0;
-      got_through = refusal->calls_before > 0;
+      got_through = !refusal->struck;
       Heal();
       EXPECT_EQ(got_through, flushed && unmounted) << n;
-      if (!unmounted) EXPECT_TRUE(CeUnmountDBVol(&guid_)) << n;
+      EXPECT_TRUE(unmounted || CeUnmountDBVol(&guid_)) << n;
       guid_ = Mount(OPEN_EXISTING);
       const auto found = Contents(guid_, database_);
       EXPECT_TRUE(found == after || (!flushed && found == flushed_)) << n;
