@@ -1,6 +1,9 @@
 // See body_codec.h.
 #include "body_codec.h"
 
+#include <bit>
+#include <cstring>
+
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
@@ -22,7 +25,11 @@ void BodyWriter::Start(BodyKind kind) {
 }
 
 void BodyWriter::PutText(const WCHAR* text, size_t length) {
-  for (size_t i = 0; i < length; ++i) Put16(static_cast<uint16_t>(text[i]));
+  if constexpr (std::endian::native == std::endian::little) {
+    PutBytes(reinterpret_cast<const uint8_t*>(text), length * sizeof(WCHAR));
+  } else {
+    for (size_t i = 0; i < length; ++i) Put16(static_cast<uint16_t>(text[i]));
+  }
 }
 
 void BodyWriter::PutBytes(const uint8_t* bytes, size_t count) { bytes_.insert(bytes_.end(), bytes, bytes + count); }
@@ -33,8 +40,10 @@ std::span<const uint8_t> BodyWriter::Seal(int64_t key) {
   return bytes_;
 }
 
-void BodyWriter::PutNumber(uint64_t number, int bytes) {
-  for (; bytes > 0; --bytes, number >>= 8) bytes_.push_back(static_cast<uint8_t>(number));
+void BodyWriter::PutNumber(uint64_t number, size_t count) {
+  uint8_t bytes[sizeof number];
+  for (size_t i = 0; i < count; ++i, number >>= 8) bytes[i] = static_cast<uint8_t>(number);
+  PutBytes(bytes, count);
 }
 
 BodyReader::BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key) : rest_(body) {
@@ -52,13 +61,21 @@ std::span<const uint8_t> BodyReader::GetBytes(size_t count) {
   return bytes;
 }
 
-uint64_t BodyReader::GetNumber(size_t bytes) {
-  uint64_t number = 0;
-  int shift = 0;
-  for (const uint8_t byte : GetBytes(bytes)) {
-    number |= uint64_t{byte} << shift;
-    shift += 8;
+bool BodyReader::GetText(WCHAR* text, size_t length) {
+  const auto bytes = GetBytes(length * sizeof(WCHAR));
+  if (bytes.size() != length * sizeof(WCHAR)) return false;
+  if constexpr (std::endian::native == std::endian::little) {
+    if (length != 0) std::memcpy(text, bytes.data(), bytes.size());
+  } else {
+    for (size_t i = 0; i < length; ++i) text[i] = static_cast<WCHAR>(bytes[2 * i] | bytes[2 * i + 1] << 8);
   }
+  return true;
+}
+
+uint64_t BodyReader::GetNumber(size_t count) {
+  const auto bytes = GetBytes(count);
+  uint64_t number = 0;
+  for (size_t i = bytes.size(); i > 0; --i) number = number << 8 | bytes[i - 1];
   return number;
 }
 

@@ -20,7 +20,7 @@ enum class BodyKind : uint8_t { kVolume = 'V', kDatabase = 'D', kRecord = 'R', k
 class BodyWriter {
  public:
   void Start(BodyKind kind);
-  void Put8(uint8_t number) { bytes_.push_back(number); }
+  void Put8(uint8_t number) { PutNumber(number, 1); }
   void Put16(uint16_t number) { PutNumber(number, 2); }
   void Put32(uint32_t number) { PutNumber(number, 4); }
   void Put64(uint64_t number) { PutNumber(number, 8); }
@@ -31,7 +31,7 @@ class BodyWriter {
   std::span<const uint8_t> Seal(int64_t key);
 
  private:
-  void PutNumber(uint64_t number, int bytes);
+  void PutNumber(uint64_t number, size_t count);
   std::vector<uint8_t> bytes_;
 };
 
@@ -48,6 +48,9 @@ class BodyReader {
   // The next bytes in place; empty when there are not so many.
   std::span<const uint8_t> GetBytes(size_t count);
 
+  // False when there is no such text.
+  bool GetText(WCHAR* text, size_t length);
+
   // The bytes not yet read.
   size_t remaining() const { return rest_.size(); }
 
@@ -59,7 +62,7 @@ class BodyReader {
   Status Finished() const { return ok_ && rest_.empty() ? Status::kOk : Status::kCorrupt; }
 
  private:
-  uint64_t GetNumber(size_t bytes);
+  uint64_t GetNumber(size_t count);
   void Fail();
 
   std::span<const uint8_t> rest_;

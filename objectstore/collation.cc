@@ -49,7 +49,7 @@ UCollator* OpenCollator(DWORD flags) {
 }  // namespace
 
 const Collation& Collation::ForFlags(DWORD sort_flags) {
-  static std::array<std::unique_ptr<Collation>, kTextFlags + 1> collations;
+  static auto& collations = *new std::array<std::unique_ptr<Collation>, kTextFlags + 1>();  // for calls at exit
   const DWORD flags = sort_flags & kTextFlags;
   std::unique_ptr<Collation>& place = collations[flags];
   if (place == nullptr) {

@@ -11,7 +11,7 @@ void DecodeName(BodyReader& reader, DatabaseName& name) {
   const size_t length = reader.Get8();
   std::array<WCHAR, CEDB_MAXDBASENAMELEN> characters{};
   if (length >= characters.size()) return reader.Reject();
-  for (size_t i = 0; i < length; ++i) characters[i] = static_cast<WCHAR>(reader.Get16());
+  if (!reader.GetText(characters.data(), length)) return;
   name = DatabaseName::FromText(characters.data());
   if (name.characters().size() != length || !name.IsUsable()) reader.Reject();
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace objectstore {
 
@@ -107,16 +108,12 @@ void RecordDecoder::DecodeValue(BodyReader& reader, CEPROPVAL& value) {
 // A text is zero-terminated in memory, so that a zero within it would cut it short.
 void RecordDecoder::DecodeText(BodyReader& reader, CEPROPVAL& value) {
   const uint32_t length = reader.Get32();
-  if (length > CEDB_MAXPROPDATASIZE / sizeof(WCHAR) - 1) return reader.Reject();
-  const auto bytes = reader.GetBytes(size_t{length} * 2);
-  if (!reader.ok()) return;
-  texts_.emplace_back(values_.size(), characters_.size());
-  for (size_t i = 0; i < bytes.size(); i += 2) {
-    const auto character = static_cast<WCHAR>(bytes[i] | bytes[i + 1] << 8);
-    if (character == 0) return reader.Reject();
-    characters_.push_back(character);
-  }
-  characters_.push_back(0);
+  if (length > CEDB_MAXPROPDATASIZE / sizeof(WCHAR) - 1 || length > reader.remaining()) return reader.Reject();
+  const size_t offset = characters_.size();
+  characters_.resize(offset + length + 1);
+  WCHAR* text = characters_.data() + offset;
+  if (!reader.GetText(text, length) || std::char_traits<WCHAR>::length(text) != length) return reader.Reject();
+  texts_.emplace_back(values_.size(), offset);
   value.wLenData = static_cast<WORD>(length);
 }
 

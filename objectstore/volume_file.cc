@@ -120,9 +120,9 @@ Status VolumeFile::CheckStillThere() const {
 bool VolumeFile::IsOfThisProcess() const { return getpid() == owner_; }
 
 void VolumeFile::RemoveEmptySideFile() const {
-  const std::string side_file = path_.full + "-wal";
   struct stat found;
-  if (lstat(side_file.c_str(), &found) == 0 && S_ISREG(found.st_mode) && found.st_size == 0) unlink(side_file.c_str());
+  if (lstat(side_file_.c_str(), &found) == 0 && S_ISREG(found.st_mode) && found.st_size == 0)
+    unlink(side_file_.c_str());
 }
 
 Status VolumeFile::Prepared(size_t query, const Statement*& statement) {

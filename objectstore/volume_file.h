@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <span>
+#include <string>
 
 #include "file_identity.h"
 #include "sqlite_statement.h"
@@ -63,7 +64,6 @@ class VolumeFile {
   Status Connect();
   Status CheckSchema();
   Status CheckStillThere() const;
-  bool Exists(const char* suffix) const;
   void RemoveEmptySideFile() const;
 
   enum Query : size_t {  // places in statements_
@@ -79,6 +79,7 @@ class VolumeFile {
   static size_t QueryOf(Query first, Table table) { return first + static_cast<size_t>(table); }
 
   FilePath path_;
+  std::string side_file_;
   FileIdentity identity_;
   pid_t owner_;
   bool side_file_existed_ = false;

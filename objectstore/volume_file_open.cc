@@ -58,6 +58,11 @@ Status Harden(sqlite3* connection) {
   return Status::kOk;
 }
 
+bool Exists(const std::string& path) {
+  struct stat found;
+  return lstat(path.c_str(), &found) == 0;
+}
+
 bool SameText(const StatementUse& row, int column, const char* expected) {
   const char* text = nullptr;
   return row.GetText(column, text) && std::strcmp(text, expected) == 0;
@@ -66,7 +71,7 @@ bool SameText(const StatementUse& row, int column, const char* expected) {
 }  // namespace
 
 VolumeFile::VolumeFile(const FilePath& path, const FileIdentity& identity)
-    : path_(path), identity_(identity), owner_(getpid()) {}
+    : path_(path), side_file_(path.full + "-wal"), identity_(identity), owner_(getpid()) {}
 
 Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std::unique_ptr<VolumeFile>& opened) {
   std::unique_ptr<VolumeFile> file(new VolumeFile(path, identity));
@@ -96,10 +101,10 @@ Status VolumeFile::CheckHeader() const {
 }
 
 // A volume never has a rollback journal. SQLite would play one back into the file.
-Status VolumeFile::CheckNoJournal() const { return Exists("-journal") ? Status::kCorrupt : Status::kOk; }
+Status VolumeFile::CheckNoJournal() const { return Exists(path_.full + "-journal") ? Status::kCorrupt : Status::kOk; }
 
 Status VolumeFile::Connect() {
-  side_file_existed_ = Exists("-wal");
+  side_file_existed_ = Exists(side_file_);
   constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
                          SQLITE_OPEN_EXRESCODE;
   sqlite3* connection = nullptr;
@@ -133,11 +138,6 @@ Status VolumeFile::CheckSchema() {
   }
   STORE_TRY(use.Step(has_row));
   return has_row ? Status::kCorrupt : Status::kOk;
-}
-
-bool VolumeFile::Exists(const char* suffix) const {
-  struct stat found;
-  return lstat((path_.full + suffix).c_str(), &found) == 0;
 }
 
 }  // namespace objectstore
