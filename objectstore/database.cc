@@ -54,6 +54,10 @@ Record* Database::Find(CEOID oid) const {
 }
 
 size_t Database::PositionByIdentifier(CEOID oid) const {
+  if (records_.empty() || oid > records_.back()->oid()) return records_.size();
+  // Where nothing was deleted or created in between, identifiers are positions.
+  const size_t guess = oid - records_.front()->oid();
+  if (guess < records_.size() && records_[guess]->oid() == oid) return guess;
   const auto found = std::partition_point(records_.begin(), records_.end(),
                                           [oid](const RecordRef& record) { return record->oid() < oid; });
   return static_cast<size_t>(found - records_.begin());
@@ -77,7 +81,7 @@ Status Database::PutRecord(RecordRef record) {
   for (SortOrder& order : orders_) {
     if (!order.built()) continue;
     order.PrepareKey(*record);
-    order.Reserve();
+    order.Reserve(records_.size() + 1);
   }
   ReserveOneMore(records_);
   ReserveOneMore(changed_records_);
@@ -180,6 +184,7 @@ Status Database::CheckConstraints(const Record& record, const Record* before) {
 
 Status Database::CheckUnique(SortOrder& order, const Record& record, const Record* before) {
   if (!order.built()) order.Build(records_);
+  order.Settle(records_);
   std::vector<uint8_t> scratch;
   const SortKey key = order.KeyOfValue(*record.Find(order.spec().propid), scratch);
   for (size_t position = order.FirstNotBefore(key); order.HoldsEqual(position, key); ++position) {

@@ -1,5 +1,5 @@
-// Room for one more element ahead of time, so that a change can first gather all memory it needs and then be carried
-// out without failing.
+// Room for more elements ahead of time, so that a change can first gather all memory it needs and then be carried out
+// without failing.
 #pragma once
 
 #include <algorithm>
@@ -7,10 +7,16 @@
 
 namespace objectstore {
 
+// Grows by doubling, so that elements that come one by one are not copied each time.
+template <typename Vector>
+void ReserveFor(Vector& vector, std::size_t count) {
+  constexpr std::size_t kSmallest = 8;
+  if (count > vector.capacity()) vector.reserve(std::max({kSmallest, count, vector.capacity() * 2}));
+}
+
 template <typename Vector>
 void ReserveOneMore(Vector& vector) {
-  constexpr std::size_t kSmallest = 8;
-  if (vector.size() == vector.capacity()) vector.reserve(std::max(kSmallest, vector.capacity() * 2));
+  ReserveFor(vector, vector.size() + 1);
 }
 
 }  // namespace objectstore

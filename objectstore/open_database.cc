@@ -8,7 +8,7 @@
 
 namespace objectstore {
 
-OpenDatabase::OpenDatabase(Volume& volume, Database& database, const SortOrder* order, bool auto_increment)
+OpenDatabase::OpenDatabase(Volume& volume, Database& database, SortOrder* order, bool auto_increment)
     : volume_(volume), database_(database), order_(order), auto_increment_(auto_increment) {
   static_cast<void>(MoveTo(0));  // an empty database: at the end
 }
@@ -72,12 +72,17 @@ void OpenDatabase::RecordRemoved(const RecordRef& record, bool through_this_hand
   gap_ = record;
 }
 
+const SortOrder& OpenDatabase::SettledOrder() const {
+  order_->Settle(database_.records());
+  return *order_;
+}
+
 Record* OpenDatabase::At(size_t position) const {
-  return order_ != nullptr ? order_->At(position) : database_.records()[position].get();
+  return order_ != nullptr ? SettledOrder().At(position) : database_.records()[position].get();
 }
 
 size_t OpenDatabase::PositionOf(const Record& record) const {
-  return order_ != nullptr ? order_->PositionOf(record) : database_.PositionByIdentifier(record.oid());
+  return order_ != nullptr ? SettledOrder().PositionOf(record) : database_.PositionByIdentifier(record.oid());
 }
 
 // Of the record that the pointer is on.
@@ -146,19 +151,20 @@ Status OpenDatabase::SeekValue(DWORD type, const CEPROPVAL* value) {
   if (value == nullptr || order_ == nullptr || value->propid != order_->spec().propid) return Status::kInvalidParameter;
   CEPROPVAL measured;
   STORE_TRY(Measure(*value, measured));
-  const SortKey key = order_->KeyOfValue(measured, scratch_);
+  const SortOrder& order = SettledOrder();
+  const SortKey key = order.KeyOfValue(measured, scratch_);
   if (type == CEDB_SEEK_VALUENEXTEQUAL) {
     const int64_t next = SuccessorPosition();
-    return MoveTo(order_->HoldsEqual(static_cast<size_t>(next), key) ? next : -1);
+    return MoveTo(order.HoldsEqual(static_cast<size_t>(next), key) ? next : -1);
   }
-  const size_t first = order_->FirstNotBefore(key);
+  const size_t first = order.FirstNotBefore(key);
   switch (type) {
     case CEDB_SEEK_VALUEFIRSTEQUAL:
-      return MoveTo(order_->HoldsEqual(first, key) ? static_cast<int64_t>(first) : -1);
+      return MoveTo(order.HoldsEqual(first, key) ? static_cast<int64_t>(first) : -1);
     case CEDB_SEEK_VALUEGREATER:
-      return MoveTo(first < order_->present_end() ? static_cast<int64_t>(first) : -1);
+      return MoveTo(first < order.present_end() ? static_cast<int64_t>(first) : -1);
     default:
-      return MoveTo(first > order_->present_begin() ? static_cast<int64_t>(first) - 1 : -1);
+      return MoveTo(first > order.present_begin() ? static_cast<int64_t>(first) - 1 : -1);
   }
 }
 

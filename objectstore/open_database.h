@@ -16,7 +16,7 @@ class Volume;
 class OpenDatabase {
  public:
   // Stands on the first record of the order. A null order goes by identifier.
-  OpenDatabase(Volume& volume, Database& database, const SortOrder* order, bool auto_increment);
+  OpenDatabase(Volume& volume, Database& database, SortOrder* order, bool auto_increment);
   OpenDatabase(const OpenDatabase&) = delete;
   OpenDatabase& operator=(const OpenDatabase&) = delete;
   ~OpenDatabase();
@@ -42,7 +42,8 @@ class OpenDatabase {
  private:
   enum class State { kAtRecord, kInGap, kAtEnd };
 
-  size_t count() const { return order_ != nullptr ? order_->count() : database_.records().size(); }
+  size_t count() const { return database_.records().size(); }
+  const SortOrder& SettledOrder() const;
   Record* At(size_t position) const;
   size_t PositionOf(const Record& record) const;
   size_t Position();
@@ -58,7 +59,7 @@ class OpenDatabase {
 
   Volume& volume_;
   Database& database_;
-  const SortOrder* order_;
+  SortOrder* order_;
   bool auto_increment_;
 
   State state_ = State::kAtEnd;

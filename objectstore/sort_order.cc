@@ -52,21 +52,46 @@ void SortOrder::Build(std::span<const RecordRef> records) {
   std::vector<Entry> present;
   std::vector<Record*> absent;
   present.reserve(records.size());
+  absent.reserve(records.size());
+  for (const RecordRef& record : records) PrepareKey(*record);
+  Fill(records, present, absent);
+  present_.swap(present);
+  absent_.swap(absent);
+  built_ = true;
+  put_off_ = false;
+}
+
+void SortOrder::Settle(std::span<const RecordRef> records) {
+  moves_since_asked_ = 0;
+  if (!put_off_) return;
+  Fill(records, present_, absent_);
+  put_off_ = false;
+}
+
+// The vectors have the room and the records have their keys.
+void SortOrder::Fill(std::span<const RecordRef> records, std::vector<Entry>& present,
+                     std::vector<Record*>& absent) const {
+  present.clear();
+  absent.clear();
   for (const RecordRef& record : records) {
     const CEPROPVAL* value = record->Find(spec_.propid);
     if (value == nullptr) {
       absent.push_back(record.get());
-      continue;
+    } else {
+      present.push_back({KeyOfRecord(*record, *value).lead, record.get()});
     }
-    PrepareKey(*record);
-    present.push_back({KeyOfRecord(*record, *value).lead, record.get()});
   }
   std::sort(present.begin(), present.end(), [this](const Entry& a, const Entry& b) {
     return EntryBefore(a, {b.lead, b.record->text_keys[slot_].get()}, b.record->oid());
   });
-  present_.swap(present);
-  absent_.swap(absent);
-  built_ = true;
+}
+
+// Whether a record's change of place is to wait. Below so many, moving each is cheaper than sorting all.
+bool SortOrder::PutOff() {
+  constexpr size_t kFewMoves = 16;
+  ++moves_since_asked_;
+  if (moves_since_asked_ > std::max(kFewMoves, (present_.size() + absent_.size()) / 16)) put_off_ = true;
+  return put_off_;
 }
 
 bool SortOrder::HasEqualKeys() const {
@@ -105,12 +130,13 @@ void SortOrder::PrepareKey(Record& record) const {
   record.text_keys[slot_] = std::move(key);
 }
 
-void SortOrder::Reserve() {
-  ReserveOneMore(present_);
-  ReserveOneMore(absent_);
+void SortOrder::Reserve(size_t count) {
+  ReserveFor(present_, count);
+  ReserveFor(absent_, count);
 }
 
 void SortOrder::Insert(Record& record) {
+  if (put_off_) return;
   const CEPROPVAL* value = record.Find(spec_.propid);
   if (value == nullptr) {
     absent_.insert(absent_.begin() + static_cast<ptrdiff_t>(AbsentIndex(record.oid())), &record);
@@ -118,10 +144,12 @@ void SortOrder::Insert(Record& record) {
   }
   const SortKey key = KeyOfRecord(record, *value);
   const size_t index = PresentIndex(key, record.oid());
+  if (index != present_.size() && PutOff()) return;
   present_.insert(present_.begin() + static_cast<ptrdiff_t>(index), {key.lead, &record});
 }
 
 void SortOrder::Erase(const Record& record) {
+  if (put_off_) return;
   const CEPROPVAL* value = record.Find(spec_.propid);
   if (value == nullptr) {
     absent_.erase(absent_.begin() + static_cast<ptrdiff_t>(AbsentIndex(record.oid())));
@@ -132,6 +160,7 @@ void SortOrder::Erase(const Record& record) {
 }
 
 bool SortOrder::Replace(const Record& before, Record& after) {
+  if (put_off_) return true;
   const CEPROPVAL* old_value = before.Find(spec_.propid);
   const CEPROPVAL* new_value = after.Find(spec_.propid);
   if (old_value == nullptr && new_value == nullptr) {
@@ -143,6 +172,7 @@ bool SortOrder::Replace(const Record& before, Record& after) {
     Insert(after);
     return true;
   }
+  if (!SameValue(*old_value, *new_value) && PutOff()) return true;
   const SortKey new_key = KeyOfRecord(after, *new_value);
   const size_t from = PresentIndex(KeyOfRecord(before, *old_value), before.oid());
   size_t to = PresentIndex(new_key, after.oid());

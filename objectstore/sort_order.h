@@ -1,9 +1,10 @@
 // One sort order of a database: its records that have the sort property, kept sorted by it, and those that lack it,
 // which stand together at one end.
 //
-// (I1) Once built, an order holds every record of its database once. (I2) Equal keys stand in ascending order of the
-// identifier, also in a descending order. (I3) Keys are never stored in a file: another version of the collation cannot
-// harm a volume.
+// (I1) Once built, an order holds every record of its database once, except between a change that was put off and the next
+// Settle: when many records change places and nobody asks where they stand, sorting all once is cheaper than moving each.
+// (I2) Equal keys stand in ascending order of the identifier, also in a descending order. (I3) Keys are never stored in a
+// file: another version of the collation cannot harm a volume.
 #pragma once
 
 #include <cstdint>
@@ -38,7 +39,9 @@ class SortOrder {
   bool HasEqualKeys() const;
   bool HasAbsent() const { return !absent_.empty(); }
 
-  size_t count() const { return present_.size() + absent_.size(); }
+  // Catches up with changes that were put off. Comes before every question below and needs no memory.
+  void Settle(std::span<const RecordRef> records);
+
   Record* At(size_t position) const;
 
   // Where the record stands, or would stand: the number of records before it. Its key must have been prepared.
@@ -47,12 +50,12 @@ class SortOrder {
   // Computes the record's text key, if this order needs one. May throw bad_alloc; the calls below do not, then.
   void PrepareKey(Record& record) const;
 
-  // Room for one more record.
-  void Reserve();
+  // Room for so many records.
+  void Reserve(size_t count);
   void Insert(Record& record);
   void Erase(const Record& record);
 
-  // Puts after in the place of before. Returns whether the position has changed.
+  // Puts after in the place of before. Returns whether the position may have changed.
   bool Replace(const Record& before, Record& after);
 
   // The records whose keys equal, or do not sort before, the key of a value; positions within the whole order.
@@ -73,6 +76,8 @@ class SortOrder {
   bool UnknownFirst() const { return (spec_.dwFlags & CEDB_SORT_UNKNOWNFIRST) != 0; }
   bool Descending() const { return (spec_.dwFlags & CEDB_SORT_DESCENDING) != 0; }
   bool IsText() const { return TypeOf(spec_.propid) == CEVT_LPWSTR; }
+  void Fill(std::span<const RecordRef> records, std::vector<Entry>& present, std::vector<Record*>& absent) const;
+  bool PutOff();
   uint64_t LeadOfText(const uint8_t* key) const;
   uint64_t LeadOfNumber(const CEPROPVAL& value) const;
   SortKey KeyOfRecord(const Record& record, const CEPROPVAL& value) const;
@@ -84,6 +89,8 @@ class SortOrder {
   SORTORDERSPEC spec_;
   size_t slot_;
   bool built_ = false;
+  bool put_off_ = false;          // present_ and absent_ are not current; their records may be gone
+  size_t moves_since_asked_ = 0;  // records that changed places since somebody asked
   std::vector<Entry> present_;
   std::vector<Record*> absent_;  // by identifier
 };

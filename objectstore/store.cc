@@ -125,7 +125,7 @@ Status Store::Open(const CEGUID* guid, CEOID* oid, const WCHAR* name, CEPROPID s
   // Without a property: the database's first order, or that of the identifiers.
   const auto specs = database->description().sort_specs.list();
   if (sort_property == 0 && !specs.empty()) sort_property = specs[0].propid;
-  const SortOrder* order = sort_property != 0 ? database->OrderOn(sort_property) : nullptr;
+  SortOrder* order = sort_property != 0 ? database->OrderOn(sort_property) : nullptr;
   if (sort_property != 0 && order == nullptr) return Status::kInvalidParameter;
   handle = handles_.Add(std::make_unique<OpenDatabase>(*volume, *database, order, auto_increment));
   *oid = database->oid();
