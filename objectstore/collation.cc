@@ -49,12 +49,13 @@ UCollator* OpenCollator(DWORD flags) {
 }  // namespace
 
 const Collation& Collation::ForFlags(DWORD sort_flags) {
-  static auto& collations = *new std::array<std::unique_ptr<Collation>, kTextFlags + 1>();  // for calls at exit
+  // Never destroyed: other threads may still compare texts while the process ends.
+  static std::array<const Collation*, kTextFlags + 1> collations{};
   const DWORD flags = sort_flags & kTextFlags;
-  std::unique_ptr<Collation>& place = collations[flags];
+  const Collation*& place = collations[flags];
   if (place == nullptr) {
     std::unique_ptr<UCollator, CloseCollator> collator(OpenCollator(flags));
-    place.reset(new Collation(collator.get()));
+    place = new Collation(collator.get());
     static_cast<void>(collator.release());
   }
   return *place;
