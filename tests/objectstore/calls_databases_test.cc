@@ -116,7 +116,7 @@ TEST_F(Databases, CompressionFlagsAreKeptAndHaveNoEffect) {
     CEOID database = CeCreateDatabaseEx(&volume_, &info);
     EXPECT_EQ(Describe(volume_, database).dwFlags & 0xFFFF0000u, flags);
     HANDLE handle = OpenDatabase(volume_, database);
-    EXPECT_NE(Write(handle, 0, {I4(1, 1)}), 0u);
+    EXPECT_NE(SeekTo(handle, Write(handle, 0, {I4(1, 1)})), 0u);
     EXPECT_EQ(ReadAll(handle).values, Values({I4(1, 1)}));
     EXPECT_EQ(CloseHandle(handle), TRUE);
     EXPECT_EQ(CeDeleteDatabaseEx(&volume_, database), TRUE);

@@ -119,10 +119,10 @@ TEST_F(LastErrors, HandlesThatAreNoneAreRefusedByEveryCall) {
     BYTE* block = nullptr;
     DWORD size = 0;
     EXPECT_REFUSED(CeDeleteRecord(handle, record), ERROR_INVALID_PARAMETER);
-    EXPECT_REFUSED(CeSeekDatabase(handle, CEDB_SEEK_BEGINNING, 0, nullptr), ERROR_INVALID_PARAMETER);
+    EXPECT_REFUSED(CeSeekDatabase(handle, CEDB_SEEK_BEGINNING, 0, nullptr), ERROR_INVALID_HANDLE);
     EXPECT_REFUSED(CeReadRecordPropsEx(handle, CEDB_ALLOWREALLOC, &count, nullptr, &block, &size, 0),
-                   ERROR_INVALID_PARAMETER);
-    EXPECT_REFUSED(Write(handle, 0, {I4(1, 1)}), ERROR_INVALID_PARAMETER);
+                   ERROR_INVALID_HANDLE);
+    EXPECT_REFUSED(Write(handle, 0, {I4(1, 1)}), ERROR_INVALID_HANDLE);
     if (!enumeration) {
       EXPECT_REFUSED(CloseHandle(handle), ERROR_INVALID_HANDLE);
     }

@@ -158,8 +158,8 @@ TEST_F(Information, RefusedChangesAndReadsAreNoModification) {
   EXPECT_EQ(CeDeleteRecord(handle_, record + 1000), FALSE);
   CEDBASEINFO info = DatabaseInfo(u"");
   EXPECT_EQ(CeSetDatabaseInfoEx(&volume_, database_, &info), FALSE);
-  EXPECT_EQ(ReadAll(handle_).oid, record);
   EXPECT_EQ(Seek(handle_, CEDB_SEEK_END, 0), record);
+  EXPECT_EQ(ReadAll(handle_).oid, record);
   EXPECT_EQ(CloseHandle(Open()), TRUE);
   EXPECT_EQ(CeFlushDBVol(&volume_), TRUE);
   EXPECT_EQ(Modified(), before);

@@ -231,15 +231,32 @@ INSTANTIATE_TEST_SUITE_P(Table, SecondMount, testing::ValuesIn(kSecondMounts));
 
 TEST_F(Volumes, OneFileUnderTwoSpellingsOfItsPathIsOneVolume) {
   MakeVolumeWithADatabase();
-  fs::create_symlink(directory_.path() / "volume.cdb", directory_.path() / "link.cdb");
+  fs::create_hard_link(directory_.path() / "volume.cdb", directory_.path() / "second name.cdb");
   fs::create_directory(directory_.path() / "folder");
-  for (const char16_t* spelling : {u"./volume.cdb", u"folder/../volume.cdb", u"link.cdb"}) {
+  fs::create_directory_symlink(directory_.path(), directory_.path() / "folder/up");
+  for (const char16_t* spelling :
+       {u"./volume.cdb", u"folder/../volume.cdb", u"folder/up/volume.cdb", u"second name.cdb"}) {
     SCOPED_TRACE(fs::path(spelling).string());
     CEGUID second = kNoVolume;
     ASSERT_EQ(CeMountDBVol(&second, (directory_ / spelling).c_str(), OPEN_EXISTING), TRUE) << GetLastError();
     EXPECT_TRUE(SameGuid(second, volume_));
     EXPECT_EQ(CeUnmountDBVol(&second), TRUE);
   }
+}
+
+TEST_F(Volumes, SymbolicLinkAndFolderAreNoVolumes) {
+  MakeVolumeWithADatabase();
+  Unmount();
+  fs::create_symlink(directory_.path() / "volume.cdb", directory_.path() / "link.cdb");
+  fs::create_directory(directory_.path() / "folder.cdb");
+  for (const char16_t* name : {u"link.cdb", u"folder.cdb"}) {
+    for (DWORD disposition : {OPEN_EXISTING, OPEN_ALWAYS}) {
+      SCOPED_TRACE(fs::path(name).string());
+      EXPECT_REFUSED(CeMountDBVol(&volume_, (directory_ / name).c_str(), disposition), ERROR_FILE_CORRUPT);
+    }
+  }
+  Mount(OPEN_EXISTING);
+  EXPECT_EQ(DatabaseNames(volume_).size(), 1u);
 }
 
 TEST_F(Volumes, OnlyTheLastOfThreeUnmountsClosesTheVolume) {
