@@ -241,6 +241,27 @@ TEST_F(Durability, VolumeIsFreeForAnotherProcessAfterItsLastUnmount) {
   ExpectChildSucceeds(child);
 }
 
+TEST_F(Durability, ChildThatInheritsAMountIsRefusedAndDisturbsNothing) {
+  Mount();
+  handle_ = Open();
+  EXPECT_NE(Write(handle_, 0, {I4(1, 40)}), 0u);
+  RunInChildThatDies([this] {
+    CEGUID guid = kNoVolume;
+    EXPECT_REFUSED(CeMountDBVol(&guid, Path().c_str(), OPEN_EXISTING), ERROR_SHARING_VIOLATION);
+    CeFlushDBVol(nullptr);
+    CeUnmountDBVol(&volume_);
+  });
+  RunInChildThatDies([this] {
+    CEGUID guid = kNoVolume;
+    EXPECT_REFUSED(CeMountDBVol(&guid, Path().c_str(), OPEN_EXISTING), ERROR_SHARING_VIOLATION);
+  });
+  EXPECT_NE(Write(handle_, 0, {I4(1, 50)}), 0u);
+  EXPECT_EQ(CeFlushDBVol(&volume_), TRUE);
+  Remount();
+  handle_ = Open();
+  EXPECT_EQ(Order(handle_).size(), 5u);
+}
+
 // No file of this process can be written any further, until the limit is lifted again.
 void LetWritesFail(bool fail) {
   signal(SIGXFSZ, SIG_IGN);

@@ -125,6 +125,31 @@ TEST_F(SetInformation, NewSortOrdersAreBuiltFromTheRecordsThatAreThere) {
   }
 }
 
+TEST_F(SetInformation, FlagsOfATextOrderChangeWithoutARemount) {
+  CEOID big = Write(handle_, 0, {Text(2, u"A")});
+  CEOID small = Write(handle_, 0, {Text(2, u"a")});
+  CEOID next = Write(handle_, 0, {Text(2, u"b")});
+  CloseAll();
+  const struct {
+    std::vector<SORTORDERSPEC> orders;
+    std::vector<CEOID> expected;
+  } kChanges[] = {
+      {{{kText, CEDB_SORT_CASEINSENSITIVE}}, {big, small, next}},
+      {{{kText, CEDB_SORT_DESCENDING}}, {next, big, small}},
+      {{{kNumber, 0}, {kText, 0}}, {small, big, next}},
+      {{{kText, CEDB_SORT_CASEINSENSITIVE | CEDB_SORT_DESCENDING}, {kNumber, 0}}, {next, big, small}},
+      {{{kText, 0}}, {small, big, next}},
+  };
+  for (const auto& row : kChanges) {
+    ASSERT_EQ(SetOrders(row.orders), TRUE);
+    HANDLE handle = Open(kText);
+    EXPECT_EQ(Order(handle), row.expected);
+    EXPECT_EQ(Write(handle, small, {Text(2, u"a")}), small);
+    EXPECT_EQ(Order(handle), row.expected);
+    EXPECT_EQ(CloseHandle(handle), TRUE);
+  }
+}
+
 TEST_F(SetInformation, SortOrdersCanBeTakenAway) {
   std::vector<CEOID> records = WriteKeys({3, 1, 2});
   for (std::vector<SORTORDERSPEC> none : {std::vector<SORTORDERSPEC>{}, {{0, CEDB_SORT_GENERICORDER}}}) {
@@ -145,6 +170,7 @@ TEST_F(SetInformation, RefusedChangeLeavesEverythingAsItWas) {
   Write(handle_, 0, {I4(1, 1), Text(2, u"a"), I4(5, 1)});
   Write(handle_, 0, {I4(1, 1), Text(2, u"A"), I4(5, 2)});
   Write(handle_, 0, {I4(1, 2), Text(2, u"b")});
+  const std::vector<CEOID> order = Order(handle_);
   CloseAll();
   const SORTORDERSPEC kFive[4] = {{kNumber, 0}, {kText, 0}, {Prop(4, CEVT_I2), 0}, {Prop(5, CEVT_I4), 0}};
   const struct {
@@ -182,7 +208,8 @@ TEST_F(SetInformation, RefusedChangeLeavesEverythingAsItWas) {
     EXPECT_REFUSED(Set(info), row.error);
     EXPECT_TRUE(SameDescription(Describe(), before));
     HANDLE handle = Open(kText);
-    EXPECT_EQ(Order(handle).size(), 3u);
+    EXPECT_EQ(Order(handle), order);
+    EXPECT_EQ(SeekValue(handle, CEDB_SEEK_VALUEFIRSTEQUAL, Text(2, u"A")), order[1]);
     EXPECT_EQ(CloseHandle(handle), TRUE);
   }
 }

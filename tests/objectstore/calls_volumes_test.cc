@@ -160,6 +160,16 @@ TEST_F(Volumes, FileOfAnotherKindIsCorruptAndStaysAsItIs) {
   }
 }
 
+TEST_F(Volumes, FileOfAnotherKindIsReplacedWhenTheClientAsksForThat) {
+  for (DWORD disposition : {CREATE_ALWAYS, TRUNCATE_EXISTING}) {
+    std::ofstream(directory_.path() / "volume.cdb", std::ios::binary) << "this is no volume";
+    Mount(disposition);
+    EXPECT_TRUE(DatabaseNames(volume_).empty());
+    Remount();
+    Unmount();
+  }
+}
+
 TEST_F(Volumes, MountedVolumeHasAGuidOfItsOwn) {
   MakeVolumeWithADatabase();
   EXPECT_FALSE(SameGuid(volume_, kSystemStore));

@@ -216,6 +216,21 @@ TEST_F(Writes, BlockOfAReadCanBeChangedAndWrittenBack) {
   LocalFree(block);
 }
 
+TEST_F(Writes, EntryThatAReadDidNotFindIsNoValue) {
+  CEOID record = Write(handle_, 0, {I4(1, 1)});
+  SeekTo(handle_, record);
+  const CEPROPID kIds[] = {kNumber, kText, kBytes};
+  WORD count = 3;
+  BYTE* block = nullptr;
+  DWORD size = 0;
+  ASSERT_EQ(CeReadRecordPropsEx(handle_, CEDB_ALLOWREALLOC, &count, kIds, &block, &size, 0), record);
+  CEPROPVAL* values = reinterpret_cast<CEPROPVAL*>(block);
+  values[0].val.lVal = 2;
+  EXPECT_EQ(CeWriteRecordProps(handle_, record, count, values), record);
+  EXPECT_EQ(Contents(record), Values({I4(1, 2)}));
+  LocalFree(block);
+}
+
 TEST_F(Writes, RecordIsSeenAtOnceThroughEveryHandle) {
   HANDLE other = Open();
   CEOID record = Write(handle_, 0, {I4(1, 1)});
