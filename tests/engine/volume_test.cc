@@ -188,13 +188,21 @@ TEST_F(Volume, ACatalogueThatDoesNotOpenIsUnmountedAgain) {
   EXPECT_EQ(volume.opened, 0);
 }
 
-TEST_F(Volume, AMountedVolumeWithoutACatalogueCannotBeOpened) {
+// A volume of another program's is mounted but has no catalogue, and the platform's answer to that is its own value for
+// no handle. The reference must be as good as new afterwards.
+TEST_F(Volume, AVolumeWithoutACatalogueCannotBeOpenedAndTheReferenceOpensTheNextFile) {
+  const std::u16string foreign = folder / u"foreign.xdb";
   CEGUID guid;
-  ASSERT_TRUE(CeMountDBVol(&guid, path.c_str(), CREATE_NEW));
+  ASSERT_TRUE(CeMountDBVol(&guid, foreign.c_str(), CREATE_NEW));
   ASSERT_TRUE(CeUnmountDBVol(&guid));
-  EXPECT_EQ(MDbOpen(&env, path.c_str(), &volume), MDbStatusCannotOpen);
-  (void)MDbClose(&env, &volume);
+  Create();
+  EXPECT_EQ(MDbOpen(&env, foreign.c_str(), &volume), MDbStatusCannotOpen);
+  (void)MDbClose(&env, &volume);  // where the volume was left mounted
   EXPECT_EQ(seam::LiveMounts(), 0u);
+  EXPECT_EQ(volume.opened, 0);
+  EXPECT_EQ(volume.catalog.isOpen, 0u);
+  EXPECT_EQ(MDbOpen(&env, path.c_str(), &volume), MDbStatusOk);
+  EXPECT_EQ(MDbClose(&env, &volume), MDbStatusOk);
 }
 
 TEST_F(Volume, AMissingHeaderYieldsSixAndLeavesTheVolumeMounted) {
