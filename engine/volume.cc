@@ -56,6 +56,7 @@ MDbStatus MDbClose(MDbEnv*, MDbRef* ref) {
   if (ref->opened == 0) return MDbStatusFailed;
   (void)CatalogClose(ref);  // an open handle does not keep a volume mounted
   if (!CeUnmountDBVol(&ref->volume)) return MDbStatusFailed;
+  CatalogReset(&ref->catalog);  // a handle that did not close went with the volume, and must not bar the next open
   ref->opened = 0;
   return MDbStatusOk;
 }
