@@ -51,10 +51,15 @@ MDbStatus MDbAgentGetAttr(MDbEnv* env, MDbRef* ref, MDbAttrTbl* table, int16_t i
   return MDbStatusOk;
 }
 
+// Unlike a plain read this one is not lenient: settings that were not read are not there to be written back. Pinned by
+// AgentSettings.ARecordThatWasNotReadIsNeverWrittenBack.
 MDbStatus MDbAgentSetAttr(MDbEnv* env, MDbRef* ref, MDbAttrTbl* table, int16_t index, int16_t id, uint32_t value) {
+  if (table->opened == 0) return MDbStatusFailed;
+  PropertyBlock block;
+  MDB_TRY(ReadAllProps(*ref, ObjectKind::Attributes, ObjectIndex(index), {kAttributes}, &block));
+  if (!block || !IsSetting(id)) return MDbStatusFailed;
   MDbAttrs attrs{};
-  MDB_TRY(MDbAttrTblReadAttrs(env, ref, table, index, &attrs));
-  if (!IsSetting(id)) return MDbStatusFailed;
+  CopyBlob(block[0], &attrs, sizeof(attrs));
   attrs.attribute[id] = value;
   return MDbAttrTblWriteAttrs(env, ref, table, index, &attrs);
 }

@@ -107,7 +107,7 @@ TEST_F(AgentSettings, ARecordThatWasNotReadIsNeverWrittenBack) {
     {
       seam::PlatformSeam seam;
       seam.Fail(row.failing, row.n);
-      (void)MDbAgentSetAttr(&env, 1, 5);
+      EXPECT_EQ(MDbAgentSetAttr(&env, 1, 5), MDbStatusFailed) << row.failing;
       ASSERT_TRUE(seam.FaultHappened()) << row.failing;
     }
     EXPECT_TRUE(Unchanged()) << row.failing;
