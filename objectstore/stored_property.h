@@ -31,12 +31,13 @@ size_t PayloadBytes(const CEPROPVAL& value);
 bool SameValue(const CEPROPVAL& a, const CEPROPVAL& b);
 
 // The size of a block that holds count properties and their payloads: the array first, then each text on a 2-byte
-// boundary with its terminator and each blob on a 4-byte boundary, in array order; the whole rounded up to 4.
+// boundary with its terminator and each blob on a 4-byte boundary, in array order. The block ends with the last payload:
+// a client takes the array off the size to learn how long a single text is.
 class BlockSize {
  public:
   explicit BlockSize(size_t count) : bytes_(count * sizeof(CEPROPVAL)) {}
   void Add(const CEPROPVAL& measured);
-  size_t bytes() const { return (bytes_ + 3) & ~size_t{3}; }
+  size_t bytes() const { return bytes_; }
 
  private:
   size_t bytes_;
