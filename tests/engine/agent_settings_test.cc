@@ -75,7 +75,7 @@ TEST_F(AgentSettings, SettingReadsTheWholeRecordAndWritesItWholeIntoTheSameObjec
   EXPECT_EQ(calls[3], Find(0x20000));
   EXPECT_EQ(calls[4].find("CeWriteRecordProps(OBJG_0, oid=#1, [0x20041={"), 0u);
   attrs.attribute[2] = 0xFFFFFFFF;
-  const std::vector<uint8_t>& written = seam.calls().back().properties.at(0).bytes;
+  const std::vector<uint8_t> written = seam.CallsOf("CeWriteRecordProps").at(0).properties.at(0).bytes;
   ASSERT_EQ(written.size(), 78u);
   EXPECT_EQ(std::memcmp(written.data(), &attrs, 78), 0);
 }
