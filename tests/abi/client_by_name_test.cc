@@ -5,7 +5,7 @@
 
 #include <cstdint>
 #include <cstring>
-#include <functional>
+#include <stdexcept>
 #include <string>
 
 #include "temporary_directory.h"
@@ -24,13 +24,11 @@ constexpr size_t kDataTable = 100;
 constexpr size_t kSchemaTable = 128;
 constexpr size_t kRefSize = 96;
 
+// Loaded once and never unloaded: the store keeps what it shares among volumes until the process ends.
 class Engine {
  public:
   Engine() : library_(dlopen(XKRDB_ENGINE_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
     EXPECT_NE(library_, nullptr) << dlerror();
-  }
-  ~Engine() {
-    if (library_ != nullptr) dlclose(library_);
   }
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;

@@ -5,8 +5,8 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <memory>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -70,15 +70,21 @@ TEST(Exports, EveryLibraryExportsItsCommittedListAndNothingElse) {
   }
 }
 
-// The names that a header declares for export.
+// The names that a header declares for export: of each line that begins with the macro, the word before the first
+// parenthesis, which a long declaration may have on its next line.
 Names Declared(const std::string& path, const std::string& macro) {
   std::ifstream file(path);
   EXPECT_TRUE(file) << path;
-  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  const std::regex declaration(macro + R"(\s+[A-Za-z_0-9]+\s*\*?\s*\b([A-Za-z_0-9]+)\()");
   Names names;
-  for (std::sregex_iterator match(text.begin(), text.end(), declaration); match != std::sregex_iterator(); ++match) {
-    names.insert((*match)[1]);
+  std::string declaration;
+  for (std::string line; std::getline(file, line);) {
+    if (declaration.empty() && !line.starts_with(macro + " ")) continue;
+    declaration += line + " ";
+    const size_t end = declaration.find('(');
+    if (end == std::string::npos) continue;
+    const size_t before = declaration.find_last_of(" *", end);
+    names.insert(declaration.substr(before + 1, end - before - 1));
+    declaration.clear();
   }
   return names;
 }
