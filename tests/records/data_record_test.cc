@@ -78,8 +78,7 @@ TEST_F(DataRecord, AFieldIsReadByAProbeABlockOfThatSizeAndTheReadItself) {
   seam::PlatformSeam seam;
   EXPECT_EQ(u"42", TextOf(record.get(), 1));
   const size_t size = sizeof(CEPROPVAL) + 8;  // "42" and its terminator are 6 bytes, a block is a multiple of 4
-  const Calls expected = {"CeReadRecordPropsEx(DATA_0, flags=0, [0x6001F], probe)",
-                          "GetLastError()",
+  const Calls expected = {"CeReadRecordPropsEx(DATA_0, flags=0, [0x6001F], probe)", "GetLastError()",
                           "LocalAlloc(flags=64, " + std::to_string(size) + ")",
                           "CeReadRecordPropsEx(DATA_0, flags=0, [0x6001F], size=" + std::to_string(size) + ")",
                           "LocalFree(" + std::to_string(size) + ")"};
@@ -187,8 +186,7 @@ TEST_F(DataRecord, ReadsNeedAnOpenTableAndAnOpenRecord) {
     seam::PlatformSeam seam;
     EXPECT_EQ(MDbStatusFailed, MDbDataRecReadField(&env, ref(), row.table, row.record, 0, text, sizeof text));
     EXPECT_EQ(MDbStatusFailed, MDbDataRecGetFieldSize(&env, ref(), row.table, row.record, 0, &size));
-    EXPECT_EQ(MDbStatusFailed,
-              MDbDataRecGetFieldPtr(&env, ref(), row.table, &env.schemaTbl, row.record, 0, &pointer));
+    EXPECT_EQ(MDbStatusFailed, MDbDataRecGetFieldPtr(&env, ref(), row.table, &env.schemaTbl, row.record, 0, &pointer));
     EXPECT_EQ(MDbStatusFailed, MDbDataRecGetState(&env, ref(), row.table, row.record, &state));
     EXPECT_EQ(MDbStatusFailed, MDbDataRecGetRecInfo(&env, ref(), row.table, row.record, &info));
     EXPECT_EQ(MDbStatusFailed, mdb::ReadMark(*row.table, *row.record, &marked));
@@ -222,7 +220,9 @@ TEST_F(DataRecord, FieldSizeIsTheTextsBytesWithItsTerminator) {
   for (const bool loaded : {false, true}) {
     SCOPED_TRACE(loaded ? "loaded" : "not loaded");
     const MDbChar* pointer = nullptr;
-    if (loaded) ASSERT_EQ(MDbStatusOk, Pointer(record.get(), 0, &pointer));
+    if (loaded) {
+      ASSERT_EQ(MDbStatusOk, Pointer(record.get(), 0, &pointer));
+    }
     uint32_t size = 0;
     EXPECT_EQ(MDbStatusOk, Size(record.get(), 0, &size));
     EXPECT_EQ(10u, size);
