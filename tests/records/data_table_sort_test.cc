@@ -133,7 +133,7 @@ TEST_F(DataTableSort, WithoutTheOldInformationTheSecondOrderIsSetAllTheSame) {
   seam.Fail("CeOidGetInfoEx");
   (void)ByField(1, 0);  // what stands in the first order then is nobody's; the platform may refuse it
   ASSERT_EQ(1u, seam.CountOf("CeSetDatabaseInfoEx"));
-  const std::string& text = seam.CallsOf("CeSetDatabaseInfoEx").at(0).text;
+  const std::string text = seam.CallsOf("CeSetDatabaseInfoEx").at(0).text;
   EXPECT_NE(std::string::npos, text.find("flags=4, ")) << text;
   EXPECT_NE(std::string::npos, text.find(", 0x6001F:1])")) << text;
 }

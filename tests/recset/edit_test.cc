@@ -284,6 +284,7 @@ TEST_F(EditSet, DeletingWithARecordOpenIsRefusedAndDeletesNothing) {
 TEST_F(EditSet, AfterAnyDeletionTheCursorIsMinusOne) {
   for (const bool view : {false, true}) {
     SCOPED_TRACE(view ? "view mode" : "direct mode");
+    while (Count() < 4) Add({u"oak", u"more"});
     ASSERT_EQ(MDbStatusOk, view ? Query(0, MDbQueryByWords, u"oak") : QueryAll());
     ASSERT_EQ(MDbStatusOk, MDbRecsetSetInx(&env, &recset, 0));
     ASSERT_EQ(MDbStatusOk, Delete(0));

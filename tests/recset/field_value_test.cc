@@ -112,10 +112,12 @@ TEST_F(FieldValue, FormatsAreReadForDatesAndTimesAlone) {
     EXPECT_EQ(has_format ? MDbStatusOk : MDbStatusFailed, mdb::ReadValueFormat(&env, &format)) << int{type};
     EXPECT_EQ(has_format, !seam.StoreTexts().empty()) << int{type};
     if (type == MDbFieldDate) {
-      EXPECT_EQ(u'/', format.date.separator);
+      const MDbChar separator = format.date.separator;  // the record is packed
+      EXPECT_EQ(u'/', separator);
     }
     if (type == MDbFieldTime) {
-      EXPECT_EQ(u':', format.time.separator);
+      const MDbChar separator = format.time.separator;
+      EXPECT_EQ(u':', separator);
     }
   }
 }

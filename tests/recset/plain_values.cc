@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <limits>
-#include <regex>
 
 #include "mdb_types.h"
 
@@ -47,6 +46,39 @@ std::vector<std::string> Words(const Text& wide) {
   return words;
 }
 
+// Reads a text from its first character that is no space.
+class Reader {
+ public:
+  explicit Reader(const Text& text) : text_(Narrow(text)) { Spaces(); }
+
+  void Spaces() {
+    while (Takes(' ')) continue;
+  }
+  bool Takes(char character) {
+    if (at_ >= text_.size() || text_[at_] != character) return false;
+    ++at_;
+    return true;
+  }
+  // A number of so many digits.
+  std::optional<int64_t> Digits(size_t least, size_t most) {
+    const size_t begin = at_;
+    while (at_ < text_.size() && std::isdigit(static_cast<unsigned char>(text_[at_]))) ++at_;
+    const size_t count = at_ - begin;
+    if (count < least || count > most) return std::nullopt;
+    return std::stoll(text_.substr(begin, count));
+  }
+  bool AtEnd() const { return at_ == text_.size(); }
+  std::string RestInCapitals() const {
+    std::string rest = text_.substr(at_);
+    for (char& character : rest) character = static_cast<char>(std::toupper(static_cast<unsigned char>(character)));
+    return rest;
+  }
+
+ private:
+  std::string text_;
+  size_t at_ = 0;
+};
+
 UCollator* RootCollator() {
   static UCollator* const collator = [] {
     UErrorCode error = U_ZERO_ERROR;
@@ -76,33 +108,40 @@ std::optional<int32_t> NumberValue(const Text& text) {
 }
 
 std::optional<int32_t> DateValue(const Text& text) {
-  static const std::regex pattern(" *([0-9]{1,2})/([0-9]{1,2})/([0-9]{3,4}) *");
-  std::smatch part;
-  const std::string narrow = Narrow(text);
-  if (!std::regex_match(narrow, part, pattern)) return std::nullopt;
-  const std::chrono::year_month_day date{std::chrono::year(std::stoi(part[3])),
-                                         std::chrono::month(static_cast<unsigned>(std::stoi(part[1]))),
-                                         std::chrono::day(static_cast<unsigned>(std::stoi(part[2])))};
+  Reader reader(text);
+  const auto month = reader.Digits(1, 2);
+  const bool first_separator = reader.Takes('/');
+  const auto day = reader.Digits(1, 2);
+  const bool second_separator = reader.Takes('/');
+  const auto year = reader.Digits(3, 4);
+  reader.Spaces();
+  if (!month || !first_separator || !day || !second_separator || !year || !reader.AtEnd()) return std::nullopt;
+  const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(*year)),
+                                         std::chrono::month(static_cast<unsigned>(*month)),
+                                         std::chrono::day(static_cast<unsigned>(*day))};
   if (!date.ok() || date.year() < std::chrono::year(1) || date.year() > std::chrono::year(3000)) return std::nullopt;
   return static_cast<int32_t>(std::chrono::sys_days(date).time_since_epoch().count());
 }
 
 std::optional<int32_t> TimeValue(const Text& text) {
-  static const std::regex pattern(" *(-?) *([0-9]{1,9})(:([0-9]{1,6})(:([0-9]{1,6}))?)? *(AM|PM|H)?",
-                                  std::regex::icase);
-  std::smatch part;
-  const std::string narrow = Narrow(text);
-  if (!std::regex_match(narrow, part, pattern)) return std::nullopt;
-  const int64_t seconds = part[6].matched ? std::stol(part[6]) : 0;
-  const int64_t minutes = part[4].matched ? std::stol(part[4]) : 0;
-  const bool negative = part[1].length() > 0;
-  int64_t total = std::stol(part[2]) * 3600 + minutes * 60 + seconds;
+  Reader reader(text);
+  const bool negative = reader.Takes('-');
+  reader.Spaces();
+  const auto first = reader.Digits(1, 9);
+  if (!first) return std::nullopt;
+  int64_t total = *first * 3600;
+  for (int64_t unit = 60; unit > 0 && reader.Takes(':'); unit /= 60) {
+    const auto part = reader.Digits(1, 6);
+    if (!part) return std::nullopt;
+    total += *part * unit;
+  }
+  reader.Spaces();
+  const std::string suffix = reader.RestInCapitals();
+  const bool twelve_hour = suffix == "AM" || suffix == "PM";
+  if (!suffix.empty() && !twelve_hour && suffix != "H") return std::nullopt;
   const int64_t hours = total / 3600;
-  std::string suffix = part[7];
-  for (char& character : suffix) character = static_cast<char>(std::toupper(static_cast<unsigned char>(character)));
   if (hours >= 32767 || (negative && !suffix.empty())) return std::nullopt;
-  if (suffix == "H" && hours >= 24) return std::nullopt;
-  if ((suffix == "AM" || suffix == "PM") && hours > 12) return std::nullopt;
+  if ((suffix == "H" && hours >= 24) || (twelve_hour && hours > 12)) return std::nullopt;
   if (suffix == "AM" && hours == 12) total -= 12 * 3600;
   if (suffix == "PM" && hours < 12) total += 12 * 3600;
   return static_cast<int32_t>(negative ? -total : total);

@@ -1,6 +1,6 @@
 // What the model of the record sets believes a text is worth: numbers, dates and times by value, words for searching,
-// and the order of texts. Written without a line of the engine, from simpler means: the standard calendar, whole-text
-// patterns, the collator itself. It covers the texts that the stream of calls uses and no more.
+// and the order of texts. Written without a line of the engine, from simpler means: the standard calendar, whole texts
+// read from front to back, the collator itself. It covers the texts that the stream of calls uses and no more.
 #pragma once
 
 #include <cstdint>

@@ -113,7 +113,8 @@ TEST_F(Wrappers, DateTextsBecomeRecordsAndStatusTwoWhenTheyAreNoDates) {
     DateFormat format{};
     EXPECT_EQ(row.status, static_cast<uint32_t>(MDbRecsetDateStrToDateRec(&env, row.text, &date, 0, &format)));
     EXPECT_EQ(row.date_status, date.status);
-    EXPECT_EQ(u'/', format.separator);
+    const MDbChar separator = format.separator;  // the record is packed
+    EXPECT_EQ(u'/', separator);
   }
 }
 
@@ -136,7 +137,8 @@ TEST_F(Wrappers, TimeTextsBecomeRecordsAndStatusThreeWhenTheyAreNoTimes) {
     TimeFormat format{};
     EXPECT_EQ(row.status, static_cast<uint32_t>(MDbRecsetTimeStrToTRec(&env, row.text, &time, 1, &format, nullptr)));
     EXPECT_EQ(row.state, time.state);
-    EXPECT_EQ(u':', format.separator);
+    const MDbChar separator = format.separator;
+    EXPECT_EQ(u':', separator);
   }
 }
 
