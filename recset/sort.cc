@@ -55,6 +55,7 @@ static MDbStatus WriteKey(MDbEnv* env, int16_t field, const ValueFormat& format,
   MDB_TRY(MDbDataRecGetFieldSize(env, ref, table, rec, field, &size_bytes));
   MDbChar* text = scratch->Room(size_bytes);
   if (text == nullptr) return MDbStatusOk;
+  text[0] = 0;  // what the record before left there is not this one's, should it lack the field or not be read
   MDB_TRY(MDbDataRecReadField(env, ref, table, rec, field, text, size_bytes));
   int32_t key = 0;
   const MDbStatus status = TextToValue(text, format, &key);
