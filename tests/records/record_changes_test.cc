@@ -30,6 +30,14 @@ class RecordChanges : public RecordTest {
   }
 };
 
+// The call that a fault answered.
+std::string FaultText(const seam::PlatformSeam& seam) {
+  for (const seam::Call& call : seam.calls()) {
+    if (call.injected) return call.text;
+  }
+  return "";
+}
+
 // ---- opening
 
 TEST_F(RecordChanges, ARecordIsOpenedByItsIdentifierOrAtTheCursor) {
@@ -218,26 +226,26 @@ TEST_F(RecordChanges, AnUnloggedDeletionReadsNothing) {
 }
 
 TEST_F(RecordChanges, AnyFailureBeforeTheDeletionLeavesTheRecord) {
-  const uint32_t oid = Add({u"a", u"b"});
   const size_t blocks = seam::LiveBlocks();
-  size_t n = 0;
-  for (;; ++n) {
+  size_t refused = 0;
+  for (size_t n = 0;; ++n) {
     SCOPED_TRACE("call " + std::to_string(n));
+    const uint32_t oid = Add({u"a", u"b"});
+    const uint32_t live = Count();
     seam::PlatformSeam seam;
     seam.FailAny(n);
     const MDbStatus status = Delete(oid);
     if (!seam.FaultHappened()) break;
     seam.Stop();
-    EXPECT_EQ(MDbStatusFailed, status);
     EXPECT_EQ(blocks, seam::LiveBlocks());
-    if (seam.CountOf("CeFlushDBVol") == 0) {
-      EXPECT_EQ(1u, Count());
-    } else {
-      EXPECT_EQ(0u, Count()) << "a failing flush undoes nothing";
-      break;
-    }
+    // A catalogue object that is not found has a meaning: the schema ends there, or the counter is a new one.
+    const bool may_pass = FaultText(seam).find("CeSeekDatabase(OBJG_0") == 0;
+    const bool while_flushing = FaultText(seam).find("CeFlushDBVol") == 0;
+    EXPECT_TRUE(status == MDbStatusFailed || (status == MDbStatusOk && may_pass)) << FaultText(seam);
+    EXPECT_EQ(status == MDbStatusOk || while_flushing ? live - 1 : live, Count()) << FaultText(seam);
+    refused += Count() == live;
   }
-  EXPECT_GT(n, 5u);
+  EXPECT_GT(refused, 8u);
 }
 
 TEST_F(RecordChanges, DeletingAtAPositionRestoresTheCursorAlsoWhenItFails) {

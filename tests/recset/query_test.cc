@@ -190,10 +190,13 @@ TEST_F(QuerySet, AConversionThatFailedInThePreparationIsNotReportedOnceTheSessio
   EXPECT_EQ((Texts{}), Found(kNumber, MDbQueryByValue, u"99999999999"));
 }
 
-TEST_F(QuerySet, AFieldThatDoesNotExistFindsNothingItCanRead) {
-  AddTo(kWords, {u"oak"});
-  EXPECT_EQ(MDbStatusFailed, Query(5, MDbQueryByWords, u"oak"));
-  EXPECT_EQ(0, recset.valid);
+TEST_F(QuerySet, AFieldThatARecordLacksIsSearchedAsAnEmptyText) {
+  Add({u"oak"});  // no number
+  AddTo(kNumber, {u"42"});
+  seam::PlatformSeam seam;
+  ASSERT_EQ(MDbStatusOk, Query(kNumber, MDbQueryByValue, u"42"));
+  EXPECT_EQ(Calls{R"(FWFindWord(session1, ""))"}, seam.Texts({"FWFindWord"}));
+  EXPECT_EQ(Texts{u"42"}, Contents(kNumber));
 }
 
 // ---- failures on the way

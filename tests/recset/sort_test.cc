@@ -276,6 +276,33 @@ TEST_F(SortSet, AKeyIsMadeByTheFieldsSizeAScratchBufferKeptAcrossRecordsAndTheFi
   EXPECT_EQ("LocalFree(6)", seam.Texts({"LocalFree"}).back());
 }
 
+TEST_F(SortSet, ARecordThatLacksTheFieldHasNoValueWhateverTheRecordBeforeItHas) {
+  AddRecord(u"five", u"5");
+  Add({u"none"});
+  AddRecord(u"six", u"6");
+  ASSERT_EQ(MDbStatusOk, QueryAll());
+  ASSERT_EQ(MDbStatusOk, Sort(kNumber));
+  EXPECT_EQ((std::vector<int32_t>{5, kNoValue, 6}), Keys());
+  EXPECT_EQ((Texts{u"none", u"five", u"six"}), Contents(kName));
+}
+
+TEST_F(SortSet, ARecordWhoseTextCannotBeReadHasNoValueEither) {
+  AddRecord(u"", u"5");
+  AddRecord(u"", u"6");
+  ASSERT_EQ(MDbStatusOk, QueryAll());
+  std::vector<std::vector<int32_t>> outcomes;
+  for (size_t n = 0; n < 16; ++n) {
+    seam::PlatformSeam seam;
+    seam.Fail("LocalAlloc", n);
+    EXPECT_EQ(MDbStatusOk, Sort(kNumber));
+    seam.Stop();
+    outcomes.push_back(Keys());
+  }
+  EXPECT_EQ(outcomes.end(), std::find(outcomes.begin(), outcomes.end(), std::vector<int32_t>{5, 5}))
+      << "the key of the record before it";
+  EXPECT_NE(outcomes.end(), std::find(outcomes.begin(), outcomes.end(), std::vector<int32_t>{5, kNoValue}));
+}
+
 TEST_F(SortSet, DatesAndTimesReadTheirFormatsOnce) {
   AddRecord(u"", u"", u"1/1/2024");
   AddRecord(u"", u"", u"1/2/2024");
