@@ -79,6 +79,7 @@ std::string LayOut(const Table& table, size_t width, bool styled) {
     for (size_t i = 0; i < widths.size(); ++i) {
       AppendCell(text, row[i], widths[i], table.columns[i].right_aligned, i + 1 == widths.size());
     }
+    text.erase(text.find_last_not_of(' ') + 1);  // an empty last cell leaves blanks behind
     text += '\n';
   }
   const size_t left_out = table.columns.size() - widths.size();
