@@ -85,8 +85,9 @@ void CommandLine::Output(CLI::App* command, OutputOptions& output, bool columns)
 void CommandLine::Selection(CLI::App* command, SelectionOptions& selection) {
   CLI::Option* where = command
                            ->add_option("--where", selection.where,
-                                        "Only records whose field matches: numbers, dates and times by value, text by "
-                                        "words, each word of TEXT beginning one of the field's. May be repeated")
+                                        "Only records whose field matches: numbers, dates and times by value,\n"
+                                        "text by words, each word of TEXT beginning one of the field's.\n"
+                                        "May be repeated; all must match")
                            ->type_name("FIELD=TEXT")
                            ->allow_extra_args(false);
   CLI::Option* words =

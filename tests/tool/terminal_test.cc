@@ -36,7 +36,7 @@ TerminalOptions Plain(unsigned short columns) {
 
 TEST_F(Terminal, ATableFitsTheWidth) {
   Make("book.xdb", "name,text\nMars," + std::string(300, 'x') + "\nVenus,short\n");
-  for (const unsigned short columns : {20, 40, 80, 200}) {
+  for (const auto columns : std::initializer_list<unsigned short>{20, 40, 80, 200}) {
     const std::vector<std::string> lines = Lines(Shown({"list", "book.xdb", "--csv"}, Plain(columns)));
     ASSERT_EQ(lines.size(), 3u);
     for (const std::string& line : Lines(Shown({"list", "book.xdb"}, Plain(columns)))) {
