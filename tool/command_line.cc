@@ -132,8 +132,12 @@ void CommandLine::Reading() {
   CLI::Option* sort =
       list->add_option("--sort", list_.selection.sort, "In the order of this field")->type_name("FIELD");
   list->add_flag("--descending,--desc", list_.selection.descending, "The greatest first")->needs(sort);
-  list->add_option("--limit", list_.selection.limit, "At most this many records")->type_name("COUNT");
-  list->add_option("--skip,--offset", list_.selection.skip, "Leave out the first ones")->type_name("COUNT");
+  list->add_option("--limit", list_.selection.limit, "At most this many records")
+      ->type_name("COUNT")
+      ->check(CLI::NonNegativeNumber);
+  list->add_option("--skip,--offset", list_.selection.skip, "Leave out the first ones")
+      ->type_name("COUNT")
+      ->check(CLI::NonNegativeNumber);
   list->add_flag("--count", list_.count, "Print only how many there are");
   Output(list, list_.output, true);
   list->callback([this] { command_ = [this] { return RunList(list_); }; });

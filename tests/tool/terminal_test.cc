@@ -69,7 +69,7 @@ TEST_F(Terminal, ColumnsThatDoNotFitAreLeftOutAndCounted) {
   Make("book.xdb", "first,second,third,fourth\naaaaaaaaaa,bbbbbbbbbb,cccccccccc,dddddddddd\n");
   const std::vector<std::string> lines = Lines(Shown({"list", "book.xdb"}, Plain(20)));
   ASSERT_EQ(lines.size(), 3u);
-  EXPECT_EQ(lines[0], "#  first   second");
+  EXPECT_EQ(lines[0], "#  first    second");
   EXPECT_EQ(lines[2], "(+2 columns, see --…");
 }
 

@@ -35,10 +35,11 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
                          const std::vector<std::string>& environment, const std::string& folder) {
   std::vector<std::string> words{program};
   words.insert(words.end(), arguments.begin(), arguments.end());
-  std::vector<std::string> variables{"PATH=/usr/bin:/bin", "TERM=xterm", "LC_ALL=C"};
+  // Of two settings of one name the first one counts.
+  std::vector<std::string> variables = environment;
+  variables.insert(variables.end(), {"PATH=/usr/bin:/bin", "TERM=xterm", "LC_ALL=C"});
   const char* temporary = getenv("TMPDIR");
   if (temporary != nullptr) variables.push_back(std::string("TMPDIR=") + temporary);
-  variables.insert(variables.end(), environment.begin(), environment.end());
   if (chdir(folder.c_str()) != 0) _exit(126);
   execve(program.c_str(), Pointers(words).data(), Pointers(variables).data());
   _exit(127);
@@ -95,6 +96,7 @@ Outcome RunProgram(const std::string& program, const std::vector<std::string>& a
     (void)dup2(in[0], STDIN_FILENO);
     (void)dup2(out[1], STDOUT_FILENO);
     (void)dup2(err[1], STDERR_FILENO);
+    if (options.user != 0 && setuid(options.user) != 0) _exit(126);
     Become(program, arguments, options.environment, options.folder);
   }
   close(in[0]);

@@ -23,6 +23,7 @@ struct RunOptions {
   std::string folder;
   std::string input;
   std::vector<std::string> environment;  // NAME=VALUE, added to a small fixed environment
+  unsigned user = 0;                     // run as this user; 0: as the test
 };
 
 Outcome RunProgram(const std::string& program, const std::vector<std::string>& arguments, const RunOptions& options);
