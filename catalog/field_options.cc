@@ -89,7 +89,7 @@ MDbStatus ReadOne(const MDbRef& ref, MDbFieldOpTbl* table, int16_t index, CEPROP
 }
 
 // With caching on, a write to a field that was never read reaches the store and still answers 1: callers read before
-// they write. Pinned by FieldOptions.UnreadFieldIsWrittenAndRefused.
+// they write. Pinned by FieldOptionCache.AnUnreadFieldIsWritten….
 template <typename Option>
 MDbStatus WriteOne(const MDbRef& ref, MDbFieldOpTbl* table, int16_t index, CEPROPID id, size_t cached_property,
                    const Option* option) {

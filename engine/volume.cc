@@ -26,7 +26,7 @@ using namespace mdb;
 
 // A failed creation asks for a close and a deletion, yet ref is not open at that point: the close answers at once, the
 // volume stays mounted, and the deletion meets a mounted file. Callers see one status and no further work is done on
-// the volume. Pinned by Volume.AFailedCreationLeavesTheVolumeMounted….
+// the volume. Pinned by Volume.AFailedCreationAsksForTheDeletion….
 MDbStatus MDbCreate(MDbEnv* env, const MDbChar* path, MDbRef* ref) {
   if (!CeMountDBVol(&ref->volume, path, CREATE_NEW)) return MDbStatusFailed;
   const MDbStatus status = FillNewVolume(ref);

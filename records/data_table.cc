@@ -39,7 +39,7 @@ static MDbStatus CreateLogDatabase(const MDbRef& ref) {
 MDbStatus FlushAfterWrite(const MDbEnv* env) { return StatusOf(CeFlushDBVol(&env->agentRef.volume) != FALSE); }
 
 // Closes the table, gives its database the sort orders in info, and reopens it in the last of them. A refusal by the
-// platform leaves the table closed and answers the close's status, 0. Pinned by DataTable.ARefusedSortSwitch….
+// platform leaves the table closed and answers the close's status, 0. Pinned by DataTableSort.AFailingSetInformation….
 static MDbStatus ReopenSorted(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, CEDBASEINFO* info, const uint32_t* order) {
   const CEOID data_oid = table->dataOid;
   info->dwFlags = CEDB_VALIDSORTSPEC;

@@ -97,7 +97,7 @@ static uint8_t Direction(const MDbRecset& recset, int16_t field, uint32_t mode) 
   return 1;
 }
 
-// A field index equal to the count passes: the bound is the count itself. Pinned by Sort.AFieldEqualToTheCount….
+// A field index equal to the count passes: the bound is the count itself. Pinned by SortSet.AFieldEqualToTheCount….
 static MDbStatus RequireField(MDbEnv* env, MDbRecset* recset, int16_t field) {
   uint16_t count = 0;
   MDB_TRY(MDbRecsetGetFldCount(env, recset, &count));
