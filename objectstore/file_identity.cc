@@ -12,9 +12,14 @@
 namespace objectstore {
 
 namespace {
+
+// SQLite knows paths of at most 512 bytes, those of side files included.
+constexpr size_t kLongestPathBytes = 500;
+
 struct FreeMemory {
   void operator()(char* memory) const { std::free(memory); }
 };
+
 }  // namespace
 
 Status ResolvePath(const std::string& path, FilePath& resolved) {
@@ -26,7 +31,7 @@ Status ResolvePath(const std::string& path, FilePath& resolved) {
   if (real == nullptr) return errno == ENOENT ? Status::kPathNotFound : StatusOfErrno(errno);
   resolved.directory = real.get();
   resolved.full = resolved.directory == "/" ? "/" + name : resolved.directory + "/" + name;
-  return Status::kOk;
+  return resolved.full.size() <= kLongestPathBytes ? Status::kOk : Status::kPathNotFound;
 }
 
 Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity) {

@@ -74,6 +74,7 @@ class Volume {
   std::unique_ptr<VolumeFile> file_;
   VolumeHead head_;  // the number of databases in it is that of the last flush
   CEOID saved_next_identifier_ = 1;
+  uint32_t flushes_ = 0;  // of this mount
   std::vector<std::unique_ptr<Database>> databases_;
   std::vector<CEOID> deleted_databases_;  // that the file holds
   Status poison_ = Status::kOk;

@@ -1,8 +1,11 @@
 // See volume_file.h; opening is in volume_file_open.cc.
 #include "volume_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 #include "volume_schema.h"
 
@@ -89,6 +92,22 @@ Status VolumeFile::SyncDirectoryOnce() {
   STORE_TRY(SyncDirectory(path_.directory));
   directory_synced_ = true;
   return Status::kOk;
+}
+
+// Zeros are no frames of the log, so that it ends where it did. A failure is no harm: whoever writes there meets it again.
+void VolumeFile::GrowSideFile() const {
+  constexpr off_t kUsualBytes = 1 << 20;
+  constexpr size_t kStepBytes = 1 << 16;
+  static constexpr char kZeros[kStepBytes] = {};
+  const FileDescriptor file(open(side_file_.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC));
+  struct stat found;
+  if (!file.valid() || fstat(file.number(), &found) != 0 || found.st_size == 0) return;
+  for (off_t offset = found.st_size; offset < kUsualBytes;) {
+    const ssize_t count =
+        pwrite(file.number(), kZeros, std::min<size_t>(kStepBytes, static_cast<size_t>(kUsualBytes - offset)), offset);
+    if (count <= 0) return;
+    offset += count;
+  }
 }
 
 Status VolumeFile::CheckpointWhenLong() {

@@ -43,21 +43,59 @@ TEST_F(VolumeFile, RecordsComeBackAtTheNextMount) {
   Unmount(guid);
 }
 
-TEST_F(VolumeFile, AFlushSurvivesTheEndOfTheProcess) {
+TEST_F(VolumeFile, EveryFlushSurvivesTheEndOfTheProcess) {
   const CEGUID guid = Mount(CREATE_NEW);
   const CEOID database = Create(guid, u"a");
   const HANDLE handle = Open(guid, database);
-  Write(handle, 0, 1, u"flushed");
-  ASSERT_TRUE(CeFlushDBVol(&guid));
-  const auto flushed = Contents(guid, database);
-  Write(handle, 0, 2, u"lost");
-  // What a process leaves that ends here: the file and the one beside it.
+  for (uint32_t round = 0; round < 5; ++round) {
+    Write(handle, 0, round, u"flushed");
+    ASSERT_TRUE(CeFlushDBVol(&guid));
+    const auto flushed = Contents(guid, database);
+    Write(handle, 0, 100 + round, u"not yet");
+    // What a process leaves that ends here: the file and the one beside it.
+    fs::copy_file(File(), File("copy.vol"), fs::copy_options::overwrite_existing);
+    fs::copy_file(File("test.vol-wal"), File("copy.vol-wal"), fs::copy_options::overwrite_existing);
+    const CEGUID copy = Mount(OPEN_EXISTING, "copy.vol");
+    EXPECT_EQ(Contents(copy, database), flushed) << round;
+    Unmount(copy);
+  }
+  Unmount(guid);
+}
+
+TEST_F(VolumeFile, FlushesGoOnAfterTheSideFileWasTakenUp) {
+  CEGUID guid = Mount(CREATE_NEW);
+  const CEOID database = Create(guid, u"a");
+  const HANDLE handle = Open(guid, database);
+  std::vector<CEOID> oids;
+  for (uint32_t i = 0; i < 80; ++i) oids.push_back(Write(handle, 0, i, std::u16string(15000, u'x')));
+  for (uint32_t round = 0; round < 8; ++round) {  // about 600 pages each
+    for (const CEOID oid : oids)
+      Write(handle, oid, oid * round, std::u16string(15000, static_cast<char16_t>(u'a' + round)));
+    ASSERT_TRUE(CeFlushDBVol(&guid)) << round;
+  }
+  EXPECT_LT(fs::file_size(File("test.vol-wal")), 10u << 20) << "it is used again from its beginning";
+  const auto contents = Contents(guid, database);
   fs::copy_file(File(), File("copy.vol"));
   fs::copy_file(File("test.vol-wal"), File("copy.vol-wal"));
   const CEGUID copy = Mount(OPEN_EXISTING, "copy.vol");
-  EXPECT_EQ(Contents(copy, database), flushed);
+  EXPECT_EQ(Contents(copy, database), contents);
   Unmount(copy);
   Unmount(guid);
+}
+
+// A path of 259 characters may have three times as many bytes, and those of the folder that it stands in.
+TEST_F(VolumeFile, APathThatIsTooLongForTheStoreIsNotFoundAndLeavesNothing) {
+  const fs::path before = fs::current_path();
+  for (int depth = 0; depth < 5; ++depth) {
+    const std::string name(120, 'd');
+    fs::create_directory(depth == 0 ? File(name.c_str()) : fs::path(name));
+    fs::current_path(depth == 0 ? File(name.c_str()) : fs::path(name));
+  }
+  CEGUID guid;
+  EXPECT_FALSE(CeMountDBVol(&guid, u"test.vol", CREATE_NEW));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
+  EXPECT_FALSE(fs::exists("test.vol"));
+  fs::current_path(before);
 }
 
 TEST_F(VolumeFile, WithoutAFlushTheFileHasNothing) {
