@@ -146,6 +146,7 @@ TEST_F(Reads, BlockIsHeadersThenTextsAndBytesInTheirOrder) {
     BYTE* data = block + count * kHeader;
     for (size_t i = 0; i < row.values.size(); i++) {
       EXPECT_EQ(CopyOf(values[i]), CopyOf(row.values[i])) << i;
+      EXPECT_EQ(values[i].wLenData, 0u) << i;
       WORD type = TypeOf(values[i].propid);
       if (type == CEVT_LPWSTR) {
         EXPECT_EQ(reinterpret_cast<BYTE*>(values[i].val.lpwstr), data + row.offsets[i]) << i;

@@ -236,6 +236,18 @@ TEST_F(Seeks, GapStaysWhereTheRecordWasWhenOthersAreCreatedAroundIt) {
   EXPECT_EQ(Seek(handle_, CEDB_SEEK_CURRENT, -1), before);
 }
 
+TEST_F(Seeks, GapWithoutASortOrderIsAmongTheIdentifiers) {
+  HANDLE handle = OpenDatabase(volume_, CreateDatabase(volume_, u"unsorted"));
+  CEOID records[3];
+  for (int32_t i = 0; i < 3; i++) records[i] = Write(handle, 0, {I4(1, 9 - i)});
+  SeekTo(handle, records[1]);
+  EXPECT_EQ(CeDeleteRecord(handle, records[1]), TRUE);
+  EXPECT_EQ(ReadAll(handle).error, DWORD{ERROR_KEY_DELETED});
+  EXPECT_EQ(Seek(handle, CEDB_SEEK_CURRENT, 1), records[2]);
+  EXPECT_EQ(CeDeleteRecord(handle, records[2]), TRUE);
+  EXPECT_EQ(Seek(handle, CEDB_SEEK_CURRENT, -1), records[0]);
+}
+
 TEST_F(Seeks, GapsNeighboursMayGoToo) {
   Place(handle_, From::kGap, 30);
   HANDLE other = Open();

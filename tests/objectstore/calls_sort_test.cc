@@ -112,6 +112,18 @@ TEST_F(SortOrders, EveryTypeIsSortedByItsValue) {
   }
 }
 
+TEST_F(SortOrders, TextsThatBeginAlikeDifferAtTheirEnds) {
+  const std::u16string kStart(300, u'\u00E9');
+  const std::u16string kTexts[] = {kStart, kStart + u"a", kStart + u"A", kStart + u"aa", kStart + u"b"};
+  Groups groups = {{Text(1, u"abcdefghijklmn")},
+                   {Text(1, u"abcdefghijklmo"), Text(1, u"abcdefghijklmo")},
+                   {Text(1, u"abcdefghijklmO")},
+                   {Text(1, u"abcdefghijklmp")}};
+  for (const std::u16string& text : kTexts) groups.push_back({Text(1, text.c_str())});
+  ExpectSorted(
+      volume_, [this] { Remount(); }, groups);
+}
+
 TEST_F(SortOrders, NotANumberIsTheLastOfTheNumbers) {
   Create({{Prop(1, CEVT_R8), 0}});
   CEOID none = Write(handle_, 0, {I4(9, 1)});
@@ -258,7 +270,7 @@ std::vector<std::u16string> RandomTexts(size_t count) {
   std::minstd_rand random(7);
   std::vector<std::u16string> texts = {u""};
   while (texts.size() < count) {
-    std::u16string text;
+    std::u16string text = random() % 4 == 0 ? u"a text of common start" : u"";
     for (size_t length = 1 + random() % 5; length > 0; length--) text += kPieces[random() % std::size(kPieces)];
     texts.push_back(text);
   }

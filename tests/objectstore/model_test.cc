@@ -23,8 +23,27 @@ constexpr size_t kMostRecords = 20;  // of one database; the model sorts them an
 
 constexpr WORD kTypes[] = {CEVT_I4,   CEVT_LPWSTR, CEVT_R8, CEVT_UI2, CEVT_FILETIME,
                            CEVT_BOOL, CEVT_BLOB,   CEVT_I2, CEVT_UI4, CEVT_LPWSTR};
-const WCHAR* const kTexts[] = {u"",  u"a",  u"A",      u"b",   u"B",      u"ab", u"aB", u"\u00E9", u"e",
-                               u"f", u"e1", u"\u00C9", u"z z", u"\u03B1", u"zz", u"-a", u"a-",     u"\U0001F4D6"};
+const WCHAR* const kTexts[] = {u"",
+                               u"a",
+                               u"A",
+                               u"b",
+                               u"B",
+                               u"ab",
+                               u"aB",
+                               u"\u00E9",
+                               u"e",
+                               u"f",
+                               u"e1",
+                               u"\u00C9",
+                               u"z z",
+                               u"\u03B1",
+                               u"zz",
+                               u"-a",
+                               u"a-",
+                               u"\U0001F4D6",
+                               u"a common start, b",
+                               u"a common start, B",
+                               u"a common start, a"};
 const WCHAR* const kNames[] = {u"one", u"ONE", u"two", u"Two", u"three", u"four", u"five", u"", u"bad\\"};
 const double kReals[] = {-1.5, -0.0, 0.0, 2, 1e300, -std::numeric_limits<double>::infinity()};
 const uint64_t kTimes[] = {0, 1, 0x1'00000000, 0x80000000'00000000, ~uint64_t{0}};
