@@ -36,6 +36,18 @@ TEST_F(Deletions, NeedARecordOfThisDatabase) {
   EXPECT_REFUSED(CeDeleteRecord(handle_, record), ERROR_INVALID_PARAMETER);
 }
 
+TEST_F(Deletions, RecordThatWasChangedSinceItWasStoredIsGoneForGood) {
+  Create({{kNumber, 0}});
+  std::vector<CEOID> records = WriteKeys({1, 2, 3});
+  EXPECT_EQ(CeFlushDBVol(&volume_), TRUE);
+  Write(handle_, records[0], {I4(1, 9)});
+  Write(handle_, records[1], {I4(5, 5), Deleted(kNumber)});
+  EXPECT_EQ(CeDeleteRecord(handle_, records[0]), TRUE);
+  EXPECT_EQ(CeDeleteRecord(handle_, records[1]), TRUE);
+  Remount();
+  EXPECT_EQ(Order(Open()), std::vector<CEOID>{records[2]});
+}
+
 TEST_F(Deletions, EveryRecordCanGoAndOthersCome) {
   Create({{kNumber, 0}});
   for (int round = 0; round < 3; round++) {
@@ -95,6 +107,13 @@ TEST_F(Identifiers, AreNeverGivenOutAgain) {
       handle_ = Open();
     }
   }
+}
+
+TEST_F(Identifiers, OfADatabaseThatPassedBetweenTwoMountsAreNotGivenOutAgain) {
+  CEOID passing = CreateDatabase(volume_, u"passing");
+  EXPECT_EQ(CeDeleteDatabaseEx(&volume_, passing), TRUE);
+  Remount();
+  EXPECT_GT(CreateDatabase(volume_, u"passing"), passing);
 }
 
 TEST_F(Identifiers, OfAFailedCreationMayBeLostButNothingElse) {
