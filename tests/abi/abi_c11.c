@@ -1,4 +1,4 @@
-/* The public headers as strict C11, with every layout checked by the compiler, and one use of each inline initialiser. */
+/* The public headers as strict C11: every layout checked by the compiler, and each inline initialiser used once. */
 #include "xkrwbrk.h"
 
 #define SIZE_ROW(record, bytes) _Static_assert(sizeof(record) == (bytes), "size of " #record);
