@@ -4,7 +4,9 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <functional>
+#include <sstream>
 
 #include "commands.h"
 #include "name_suggestion.h"
@@ -236,39 +238,84 @@ Output(check, check_.output, false);
 check->callback([this] { command_ = [this] { return RunCheck(check_); }; });
 }  // namespace xkrdb
 
-// What the parser says, with the command that a mistyped one was probably meant to be.
-void PrintUsageError(CLI::App& app, const CLI::ParseError& error, const char* first) {
+// Words that other tools use for what a command here does.
+struct OtherName {
+  const char* typed;
+  const char* command;
+};
+constexpr OtherName kOtherNames[] = {{"ls", "list"},      {"select", "list"},   {"query", "list"},  {"sort", "list"},
+                                     {"search", "find"},  {"grep", "find"},     {"create", "new"},  {"init", "new"},
+                                     {"insert", "add"},   {"append", "add"},    {"edit", "set"},    {"update", "set"},
+                                     {"delete", "rm"},    {"remove", "rm"},     {"del", "rm"},      {"copy", "dup"},
+                                     {"cp", "dup"},       {"duplicate", "dup"}, {"get", "show"},    {"cat", "show"},
+                                     {"dump", "export"},  {"load", "import"},   {"schema", "info"}, {"tables", "info"},
+                                     {"verify", "check"}, {"validate", "check"}};
+
+std::optional<std::string> MeantCommand(const std::string& typed, const std::vector<std::string>& names) {
+  for (const OtherName& other : kOtherNames) {
+    if (typed == other.typed) return other.command;
+  }
+  return NearestName(typed, names);
+}
+
+std::vector<std::string> CommandNames(CLI::App& app) {
   std::vector<std::string> names;
   for (const CLI::App* command : app.get_subcommands([](CLI::App*) { return true; }))
     names.push_back(command->get_name());
-  const CLI::App* chosen = &app;
-  if (!app.get_subcommands().empty()) chosen = app.get_subcommands().front();
-  const bool unknown = chosen == &app && first != nullptr && first[0] != '-';
-  if (unknown) {
-    const std::optional<std::string> nearest = NearestName(first, names);
-    std::string list;
-    for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
-    PrintMessage(fmt::format("xkrdb: no command \"{}\"{} The commands are: {}", first,
-                             nearest ? fmt::format("; did you mean \"{}\"?", *nearest) : ".", list));
-  } else {
-    PrintMessage(fmt::format("xkrdb: {}", error.what()));
-    PrintMessage(fmt::format("Try: {} --help", chosen == &app ? "xkrdb" : "xkrdb " + chosen->get_name()));
+  return names;
+}
+
+void PrintUnknownCommand(const std::string& typed, const std::vector<std::string>& names) {
+  if (std::string_view(typed).ends_with(".xdb")) {
+    PrintMessage(fmt::format("xkrdb: the command comes before the database: xkrdb list {}", typed));
+    return;
   }
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
+  const std::optional<std::string> meant = MeantCommand(typed, names);
+  PrintMessage(fmt::format("xkrdb: no command \"{}\"{} The commands are: {}", typed,
+                           meant ? fmt::format("; did you mean \"{}\"?", *meant) : ".", list));
+}
+
+void PrintUsageError(CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  PrintMessage(fmt::format("xkrdb: {}", error.what()));
+  PrintMessage(fmt::format("Try: {} --help", chosen.empty() ? "xkrdb" : "xkrdb " + chosen.front()->get_name()));
+}
+
+// "xkrdb help" and "xkrdb help list" as "xkrdb --help" and "xkrdb list --help". In reverse, as the parser takes them.
+std::vector<std::string> Arguments(int argc, char** argv) {
+  std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  if (!arguments.empty() && arguments[0] == "help") {
+    arguments.erase(arguments.begin());
+    arguments.resize(std::min<size_t>(arguments.size(), 1));
+    arguments.emplace_back("--help");
+  }
+  std::reverse(arguments.begin(), arguments.end());
+  return arguments;
 }
 
 }  // namespace
 
 int RunCommandLine(int argc, char** argv) {
   CommandLine line;
+  const std::vector<std::string> arguments = Arguments(argc, argv);
+  const std::vector<std::string> names = CommandNames(line.app());
+  // The parser would take a first word that is no command for an argument of a later one.
+  const std::string first = arguments.empty() ? std::string() : arguments.back();
+  if (!first.empty() && first[0] != '-' && std::find(names.begin(), names.end(), first) == names.end()) {
+    PrintUnknownCommand(first, names);
+    return static_cast<int>(ExitCode::kUsage);
+  }
   try {
-    line.app().parse(argc, argv);
+    line.app().parse(std::vector<std::string>(arguments));
   } catch (const CLI::Success& asked) {  // help and version are output that was asked for
     std::ostringstream text;
     (void)line.app().exit(asked, text, text);
     WriteOutput(text.str());
     return static_cast<int>(ExitCode::kDone);
   } catch (const CLI::ParseError& error) {
-    PrintUsageError(line.app(), error, argc > 1 ? argv[1] : nullptr);
+    PrintUsageError(line.app(), error);
     return static_cast<int>(ExitCode::kUsage);
   }
   return static_cast<int>(line.Run());

@@ -180,9 +180,7 @@ Record Database::LogEntry(uint32_t position) {
   const std::string what = fmt::format("reading entry {} of the deletion log", position + 1);
   MDbDataRec record;
   MDbDataRecInitialize(&record);
-  // The position is 16 bits wide; an entry past 32767 is given as the negative number of the same bits.
-  Require(MDbDeleteTblOpenRec(env, &env->agentRef, &env->dataTbl, &record,
-                              static_cast<int16_t>(static_cast<uint16_t>(position)), nullptr),
+  Require(MDbDeleteTblOpenRec(env, &env->agentRef, &env->dataTbl, &record, static_cast<int16_t>(position), nullptr),
           what);
   Record entry;
   entry.number = position + 1;

@@ -40,6 +40,9 @@ struct Record {
   std::vector<std::u16string> values;
 };
 
+// The log may hold 65535 entries; the library opens them by a position of 15 bits.
+constexpr uint32_t kReachableLogEntries = 32768;
+
 // A database opened with all its tables.
 class Database {
  public:
@@ -61,7 +64,7 @@ class Database {
   std::vector<std::u16string> ValueLists();
   uint32_t RecordCount();
   uint32_t LogCount();
-  // Entry number position (from 0) of the deletion log.
+  // Entry number position (from 0) of the deletion log, below kReachableLogEntries.
   Record LogEntry(uint32_t position);
 
  private:

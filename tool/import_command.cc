@@ -7,6 +7,7 @@
 #include "csv_reader.h"
 #include "database_maker.h"
 #include "import_plan.h"
+#include "interruption.h"
 #include "name_suggestion.h"
 #include "open_failure.h"
 #include "safe_text.h"
@@ -74,6 +75,7 @@ ExitCode ImportNew(const ImportOptions& options, const CsvTable& table, ProblemL
   TypeRequest request;
   request.types = RequestedTypes(options.types, table);
   if (!options.date_order.empty()) request.date_order = DateOrderFromName(options.date_order);
+  const Interruption interruption;  // from here on there are files to remove
   ScratchDatabase scratch;
   const TypeProposal proposal = ProposeTypes(table, request, scratch);
   const std::vector<uint32_t> sizes = scratch.MaxSizes(proposal.types);

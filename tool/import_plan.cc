@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <set>
 
+#include "interruption.h"
 #include "name_suggestion.h"
 #include "record_selection.h"
 #include "safe_text.h"
@@ -78,6 +79,7 @@ void CheckValues(MDbEnv* env, const CsvTable& table, const std::vector<TargetFie
                  ProblemList& problems) {
   Progress progress("checking rows", table.rows.size());
   for (size_t i = 0; i < table.rows.size(); ++i) {
+    Interruption::Check();
     const CsvRow& row = table.rows[i];
     for (const TargetField& field : fields) {
       if (!field.column) continue;

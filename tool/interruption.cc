@@ -7,6 +7,7 @@ namespace xkrdb {
 namespace {
 
 volatile sig_atomic_t noted_signal = 0;
+int nested = 0;
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 extern "C" void NoteSignal(int signal) { noted_signal = signal; }
@@ -14,6 +15,7 @@ extern "C" void NoteSignal(int signal) { noted_signal = signal; }
 }  // namespace
 
 Interruption::Interruption() {
+  if (nested++ > 0) return;
   for (const int signal : kSignals) {
     struct sigaction current {};
     (void)sigaction(signal, nullptr, &current);
@@ -25,6 +27,7 @@ Interruption::Interruption() {
 }
 
 Interruption::~Interruption() {
+  if (--nested > 0) return;
   for (const int signal : kSignals) {
     struct sigaction current {};
     (void)sigaction(signal, nullptr, &current);

@@ -10,7 +10,7 @@ struct Interrupted {
   int signal;
 };
 
-// Notes SIGINT, SIGTERM and SIGHUP for as long as it lives.
+// Notes SIGINT, SIGTERM and SIGHUP for as long as it lives; one inside another changes nothing.
 class Interruption {
  public:
   Interruption();

@@ -1,6 +1,8 @@
 // xkrdb log: the records that were deleted, in the order of their deletion.
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "commands.h"
 #include "terminal.h"
 
@@ -10,7 +12,8 @@ ExitCode RunLog(const LogOptions& options) {
   RequireDatabaseName(options.database);
   Database database(options.database);
   std::vector<Record> entries;
-  const uint32_t count = database.LogCount();
+  const uint32_t all = database.LogCount();
+  const uint32_t count = std::min(all, kReachableLogEntries);
   Progress progress("reading the log", count);
   for (uint32_t i = 0; i < count; ++i) {
     entries.push_back(database.LogEntry(i));
@@ -19,6 +22,7 @@ ExitCode RunLog(const LogOptions& options) {
   const std::string text = FormatRecords(database, entries, options.output);
   database.Close();
   WriteOutput(text);
+  if (all > count) PrintMessage(fmt::format("note: {} later entries are beyond the library's reach", all - count));
   if (count == 0) PrintMessage("the deletion log is empty");
   return ExitCode::kDone;
 }

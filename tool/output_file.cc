@@ -40,6 +40,15 @@ int WriteAndClose(int descriptor, std::string_view text) {
   return error;
 }
 
+// 0, or the error. Some file systems cannot move without replacing; there a second name stands in for the move.
+int MoveInto(const std::string& from, const std::string& to, bool replace) {
+  if (replace) return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  if (link(from.c_str(), to.c_str()) != 0) return errno;
+  return unlink(from.c_str()) == 0 ? 0 : errno;
+}
+
 bool IsPlainFileOrMissing(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
@@ -69,12 +78,10 @@ void WriteFileWhole(const std::string& path, std::string_view text, bool replace
   const int descriptor = mkstemp(temporary.data());
   if (descriptor < 0) throw WriteFailure(path, errno);
   int error = WriteAndClose(descriptor, text);
-  // link refuses a file that is there; rename replaces it.
-  if (error == 0 && (replace ? rename(temporary.c_str(), path.c_str()) : link(temporary.c_str(), path.c_str())) != 0) {
-    error = errno;
-  }
-  if (error != 0 || !replace) (void)unlink(temporary.c_str());
-  if (error != 0) throw WriteFailure(path, error);
+  if (error == 0) error = MoveInto(temporary, path, replace);
+  if (error == 0) return;
+  (void)unlink(temporary.c_str());
+  throw WriteFailure(path, error);
 }
 
 }  // namespace xkrdb

@@ -8,6 +8,7 @@
 #include <limits>
 #include <string_view>
 
+#include "database_formats.h"
 #include "safe_text.h"
 #include "utf_text.h"
 
@@ -22,6 +23,14 @@ std::optional<int32_t> NumberOf(const std::string& text) {
   const bool extreme = value == std::numeric_limits<int32_t>::max() || value == std::numeric_limits<int32_t>::min();
   if (error != std::errc() || end != text.data() + text.size() || extreme) return std::nullopt;
   return value;
+}
+
+// The order of the database's dates, which the library gives out while it reads one.
+uint8_t DateOrder(MDbEnv* env) {
+  DateRec date{};
+  DateFormat format{};
+  (void)MDbRecsetDateStrToDateRec(env, u"", &date, 0, &format);  // the empty text is no date; the format is filled
+  return format.order;
 }
 
 std::string Narrow(const std::u16string& text) { return ToUtf8(text).value_or(std::string()); }
@@ -77,12 +86,15 @@ std::optional<std::string> ValueProblem(MDbEnv* env, uint8_t type, uint32_t max_
   if (max_size > 0 && size > max_size) {
     return fmt::format("{} characters, but the field holds at most {}", text.size(), max_size / sizeof(MDbChar) - 1);
   }
-  if (!any_value && !FitsType(env, type, text)) {
-    const bool number = type == MDbFieldNumber;
-    return fmt::format("{} is not a {}{}", Quoted(text), TypeName(type),
-                       number ? " (a whole number of 32 bits)" : " in this database's format");
+  if (any_value || FitsType(env, type, text)) return std::nullopt;
+  switch (type) {
+    case MDbFieldNumber:
+      return fmt::format("{} is not a number (a whole one of 32 bits)", Quoted(text));
+    case MDbFieldDate:
+      return fmt::format("{} is not a date in the order {}", Quoted(text), DateOrderName(DateOrder(env)));
+    default:
+      return fmt::format("{} is not a {}", Quoted(text), TypeName(type));
   }
-  return std::nullopt;
 }
 
 const char* TypeName(uint8_t type) { return type < kTypeNames.size() ? kTypeNames[type] : "unknown"; }

@@ -30,15 +30,15 @@ TEST_F(Check, WarnsOfValuesThatAreNoneForTheirField) {
   const Outcome outcome = Xkrdb({"check", "client.xdb"});
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.out,
-            "warning: record 2, field \"n\": \"many\" is not a number (a whole number of 32 bits)\n"
-            "warning: record 2, field \"d\": \"2024-02-30\" is not a date in this database's format\n"
-            "warning: record 2, field \"t\": \"noon\" is not a time in this database's format\n"
+            "warning: record 2, field \"n\": \"many\" is not a number (a whole one of 32 bits)\n"
+            "warning: record 2, field \"d\": \"2024-02-30\" is not a date in the order year-month-day\n"
+            "warning: record 2, field \"t\": \"noon\" is not a time\n"
             "warning: record 2, field \"x\": the value holds half a surrogate pair and cannot be exported\n"
             "warning: record 3, field \"x\": 1024 characters, but the field holds at most 1023\n");
   const std::string csv = Xkrdb({"check", "client.xdb", "--csv"}).out;
   EXPECT_EQ(
       csv.substr(0, csv.find('\n', 21)),
-      "severity,where,what\nwarning,\"record 2, field \"\"n\"\"\",\"\"\"many\"\" is not a number (a whole number of 32 "
+      "severity,where,what\nwarning,\"record 2, field \"\"n\"\"\",\"\"\"many\"\" is not a number (a whole one of 32 "
       "bits)\"");
 }
 

@@ -21,6 +21,12 @@ TEST_F(CommandLine, EveryCommandHasHelpWithAnExampleOnStandardOutput) {
   EXPECT_NE(outcome.out.find("Exit codes: 0 done"), std::string::npos) << outcome.out;
 }
 
+TEST_F(CommandLine, HelpIsACommandToo) {
+  EXPECT_EQ(Xkrdb({"help"}).out, Xkrdb({"--help"}).out);
+  EXPECT_EQ(Xkrdb({"help", "list"}).out, Xkrdb({"list", "--help"}).out);
+  EXPECT_EQ(Xkrdb({"help", "lsit"}).code, 2);
+}
+
 TEST_F(CommandLine, VersionIsTheProjects) { EXPECT_EQ(Xkrdb({"--version"}).out, "xkrdb " XKRDB_VERSION "\n"); }
 
 struct WrongLine {
@@ -32,7 +38,11 @@ struct WrongLine {
 const WrongLine kWrong[] = {
     {"no command", {}, "subcommand is required"},
     {"a mistyped command", {"imprt", "a.xdb", "b.csv"}, "no command \"imprt\"; did you mean \"import\"?"},
-    {"a command of another tool", {"select"}, "The commands are: new, info, list"},
+    {"a command of another tool",
+     {"select"},
+     "no command \"select\"; did you mean \"list\"? The commands are: new, info, list"},
+    {"a word that is no command at all", {"xyzzyxyzzy"}, "no command \"xyzzyxyzzy\". The commands are: "},
+    {"the database first", {"book.xdb", "list"}, "the command comes before the database: xkrdb list book.xdb"},
     {"no database", {"list"}, "database is required"},
     {"an unknown option", {"list", "a.xdb", "--order-by", "x"}, "--order-by"},
     {"descending without a sort", {"list", "a.xdb", "--descending"}, "requires"},

@@ -66,7 +66,7 @@ TEST_F(Edit, AddRefusesAWrongValueAndAddsNothing) {
   const Outcome outcome = Xkrdb({"add", "book.xdb", "name=x", "seen=yesterday"});
   EXPECT_EQ(outcome.code, 3);
   EXPECT_EQ(outcome.err,
-            "xkrdb: field \"seen\": \"yesterday\" is not a date in this database's format; nothing was changed\n");
+            "xkrdb: field \"seen\": \"yesterday\" is not a date in the order year-month-day; nothing was changed\n");
   EXPECT_EQ(Xkrdb({"add", "book.xdb", "name=" + std::string(1024, 'x')}).code, 3);
   EXPECT_EQ(Xkrdb({"add", "book.xdb", "size=1.5"}).code, 3);
   EXPECT_EQ(Xkrdb({"add", "book.xdb", "name=a", "name=b"}).code, 2);

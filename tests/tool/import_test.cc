@@ -69,7 +69,7 @@ TEST_F(Import, JudgesValuesByTheTypesOfADatabaseThatExists) {
   const Outcome refused = Xkrdb({"import", "book.xdb", "-"}, "size\n2\nbig\n");
   EXPECT_EQ(refused.code, 3);
   EXPECT_EQ(refused.err,
-            "standard input:3: column \"size\": \"big\" is not a number (a whole number of 32 bits)\n"
+            "standard input:3: column \"size\": \"big\" is not a number (a whole one of 32 bits)\n"
             "xkrdb: 1 bad row in standard input; nothing was imported\n");
   EXPECT_EQ(Xkrdb({"list", "book.xdb", "--count"}).out, "1\n");
   EXPECT_EQ(Xkrdb({"import", "book.xdb", "-", "--any-value"}, "size\n2\nbig\n").code, 0);
@@ -95,7 +95,7 @@ TEST_F(Import, TakesATypeForANameWithACommaInIt) {
 TEST_F(Import, RefusesAValueThatIsNotOfTheTypeGiven) {
   const Outcome outcome = Xkrdb({"import", "book.xdb", "-", "--types", "when=date"}, "when\n2024-05-06\nsoon\n");
   EXPECT_EQ(outcome.code, 3);
-  EXPECT_NE(outcome.err.find("standard input:3: column \"when\": \"soon\" is not a date in this database's format"),
+  EXPECT_NE(outcome.err.find("standard input:3: column \"when\": \"soon\" is not a date in the order year-month-day"),
             std::string::npos)
       << outcome.err;
   EXPECT_EQ(Files(), "");
