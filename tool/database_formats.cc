@@ -59,8 +59,8 @@ TimeFormat DefaultTimeFormat() {
 }
 
 std::optional<uint8_t> DateOrderFromName(const std::string& name) {
-  for (uint8_t order = 0; order < kOrders.size(); ++order) {
-    if (name == kOrders[order].typed || name == kOrders[order].shown) return order;
+  for (size_t order = 0; order < kOrders.size(); ++order) {
+    if (name == kOrders[order].typed || name == kOrders[order].shown) return static_cast<uint8_t>(order);
   }
   return std::nullopt;
 }

@@ -15,6 +15,7 @@ constexpr uint8_t kKnownOutside = 1;
 
 std::vector<const MDbChar*> Pointers(const std::vector<std::u16string>& texts) {
   std::vector<const MDbChar*> pointers;
+  pointers.reserve(texts.size());
   for (const std::u16string& text : texts) pointers.push_back(text.c_str());
   return pointers;
 }

@@ -108,6 +108,7 @@ ExitCode RunRemove(const RemoveOptions& options) {
   if (!options.numbers.empty()) {
     const std::vector<uint32_t> numbers = RecordNumbers(options.numbers, database.RecordCount());
     std::vector<Record> named;
+    named.reserve(numbers.size());
     for (const uint32_t number : numbers) named.push_back(std::move(records[number - 1]));
     records = std::move(named);
   }

@@ -23,6 +23,7 @@ RecordSource SourceOf(const CsvTable& table, const std::vector<TargetField>& fie
   source.count = table.rows.size();
   source.texts = [&table, &fields](size_t i) {
     std::vector<const MDbChar*> texts;
+    texts.reserve(fields.size());
     for (const TargetField& field : fields)
       texts.push_back(field.column ? table.rows[i].values[*field.column].c_str() : u"");
     return texts;

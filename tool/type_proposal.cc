@@ -140,8 +140,8 @@ void Proposer::NoteOtherDates(const std::array<std::vector<size_t>, kUsualOrders
     for (const size_t column : columns[i]) {
       if (decided_[column]) continue;
       std::string& note = proposal_.notes[column];
-      note = note.empty() ? "reads as dates in the order " + DateOrderName(kUsualOrders[i])
-                          : note + " and in the order " + DateOrderName(kUsualOrders[i]);
+      note += note.empty() ? "reads as dates in the order " : " and in the order ";
+      note += DateOrderName(kUsualOrders[i]);
     }
   }
   for (size_t column = 0; column < decided_.size(); ++column) {

@@ -100,8 +100,8 @@ std::optional<std::string> ValueProblem(MDbEnv* env, uint8_t type, uint32_t max_
 const char* TypeName(uint8_t type) { return type < kTypeNames.size() ? kTypeNames[type] : "unknown"; }
 
 std::optional<uint8_t> TypeFromName(const std::string& name) {
-  for (uint8_t type = MDbFieldText; type < kTypeNames.size(); ++type) {
-    if (name == kTypeNames[type]) return type;
+  for (size_t type = MDbFieldText; type < kTypeNames.size(); ++type) {
+    if (name == kTypeNames[type]) return static_cast<uint8_t>(type);
   }
   return std::nullopt;
 }
