@@ -44,6 +44,9 @@ endif()
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES C CXX)
 
+# Link-time optimisation is left out: it made the object store a fifth smaller and importing, sorting and searching 5000
+# records no faster.
+#
 # What is delivered is hardened: buffer checks, stack canaries, no lazy binding, no writable and executable pages.
 # scripts/check-hardening looks for it in the binaries.
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
