@@ -44,22 +44,33 @@ MDbStatus MDbAttrTblWriteDbName(MDbEnv*, MDbRef* ref, MDbAttrTbl* table, int16_t
   return CatalogUpdate(*ref, ObjectKind::Attributes, ObjectIndex(index), PropText(kDatabaseName, kept));
 }
 
-MDbStatus MDbAgentGetAttr(MDbEnv* env, MDbRef* ref, MDbAttrTbl* table, int16_t index, int16_t id, uint32_t* value) {
+// Reads the settings; *was_read stays false when memory was short or the read failed after its probe.
+static MDbStatus ReadSettings(const MDbRef& ref, const MDbAttrTbl& table, int16_t index, MDbAttrs* attrs,
+                              bool* was_read) {
+  if (table.opened == 0) return MDbStatusFailed;
+  PropertyBlock block;
+  MDB_TRY(ReadAllProps(ref, ObjectKind::Attributes, ObjectIndex(index), {kAttributes}, &block));
+  if (!block) return MDbStatusOk;
+  CopyBlob(block[0], attrs, sizeof(*attrs));
+  *was_read = true;
+  return MDbStatusOk;
+}
+
+MDbStatus MDbAgentGetAttr(MDbEnv*, MDbRef* ref, MDbAttrTbl* table, int16_t index, int16_t id, uint32_t* value) {
   MDbAttrs attrs{};
-  MDB_TRY(MDbAttrTblReadAttrs(env, ref, table, index, &attrs));
-  *value = IsSetting(id) ? attrs.attribute[id] : 0;
+  bool was_read = false;
+  MDB_TRY(ReadSettings(*ref, *table, index, &attrs, &was_read));
+  if (was_read) *value = IsSetting(id) ? attrs.attribute[id] : 0;
   return MDbStatusOk;
 }
 
 // Unlike a plain read this one is not lenient: settings that were not read are not there to be written back. Pinned by
 // AgentSettings.ARecordThatWasNotReadIsNeverWrittenBack.
 MDbStatus MDbAgentSetAttr(MDbEnv* env, MDbRef* ref, MDbAttrTbl* table, int16_t index, int16_t id, uint32_t value) {
-  if (table->opened == 0) return MDbStatusFailed;
-  PropertyBlock block;
-  MDB_TRY(ReadAllProps(*ref, ObjectKind::Attributes, ObjectIndex(index), {kAttributes}, &block));
-  if (!block || !IsSetting(id)) return MDbStatusFailed;
   MDbAttrs attrs{};
-  CopyBlob(block[0], &attrs, sizeof(attrs));
+  bool was_read = false;
+  MDB_TRY(ReadSettings(*ref, *table, index, &attrs, &was_read));
+  if (!was_read || !IsSetting(id)) return MDbStatusFailed;
   attrs.attribute[id] = value;
   return MDbAttrTblWriteAttrs(env, ref, table, index, &attrs);
 }
@@ -88,11 +99,8 @@ uint8_t MDbAttrTblIsOpened(const MDbEnv* env, const MDbRef* ref, const MDbAttrTb
 }
 
 MDbStatus MDbAttrTblReadAttrs(MDbEnv*, MDbRef* ref, MDbAttrTbl* table, int16_t index, MDbAttrs* attrs) {
-  if (table->opened == 0) return MDbStatusFailed;
-  PropertyBlock block;
-  MDB_TRY(ReadAllProps(*ref, ObjectKind::Attributes, ObjectIndex(index), {kAttributes}, &block));
-  if (block) CopyBlob(block[0], attrs, sizeof(*attrs));
-  return MDbStatusOk;
+  bool was_read = false;
+  return ReadSettings(*ref, *table, index, attrs, &was_read);
 }
 
 MDbStatus MDbAttrTblReadDbName(MDbEnv*, MDbRef* ref, MDbAttrTbl* table, int16_t index, MDbChar* name, uint32_t size) {

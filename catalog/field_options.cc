@@ -3,6 +3,8 @@
 //
 // (I1) The cache is an array with one entry per field that had options at the first cached read; an entry is null until
 //      its field is read. (I2) An entry owns the block that its properties lie in.
+#include "field_options.h"
+
 #include <algorithm>
 
 #include "catalog_table.h"
@@ -57,34 +59,40 @@ static void Keep(const MDbRef& ref, MDbFieldOpTbl* table, int16_t index, Propert
   Entries(*table)[index] = {block->Release(), properties};
 }
 
-static MDbStatus ReadCached(const MDbRef& ref, MDbFieldOpTbl* table, int16_t index, MDbFldOptionPair* pair) {
+static MDbStatus ReadCached(const MDbRef& ref, MDbFieldOpTbl* table, int16_t index, MDbFldOptionPair* pair,
+                            bool* was_read) {
   if (const CacheEntry* entry = FilledEntry(*table, index)) {
     CopyOptions(entry->properties, pair);
+    *was_read = true;
     return MDbStatusOk;
   }
   PropertyBlock block;
   MDB_TRY(ReadAllProps(ref, ObjectKind::FieldOption, ObjectIndex(index), {kOption, kOptionEx}, &block));
   if (!block) return MDbStatusOk;
   CopyOptions(block.properties(), pair);
+  *was_read = true;
   Keep(ref, table, index, &block);
   return MDbStatusOk;
 }
 
-// Reads one of the two records, through the cache when there is one. part is the record's place in the pair.
+// Reads one of the two records, through the cache when there is one. part is the record's place in the pair. *was_read
+// stays false, and the option as it was, when memory was short or the read failed after its probe.
 template <typename Option>
 MDbStatus ReadOne(const MDbRef& ref, MDbFieldOpTbl* table, int16_t index, CEPROPID id, Option MDbFldOptionPair::*part,
-                  Option* option) {
+                  Option* option, bool* was_read) {
   if (table->opened == 0) return MDbStatusFailed;
   if (IsCached(*table)) {
     MDbFldOptionPair pair;
     pair.*part = *option;  // what is not read stays as it was
-    MDB_TRY(ReadCached(ref, table, index, &pair));
+    MDB_TRY(ReadCached(ref, table, index, &pair, was_read));
     *option = pair.*part;
     return MDbStatusOk;
   }
   PropertyBlock block;
   MDB_TRY(ReadAllProps(ref, ObjectKind::FieldOption, ObjectIndex(index), {id}, &block));
-  if (block) CopyBlob(block[0], option, sizeof(*option));
+  if (!block) return MDbStatusOk;
+  CopyBlob(block[0], option, sizeof(*option));
+  *was_read = true;
   return MDbStatusOk;
 }
 
@@ -101,6 +109,12 @@ MDbStatus WriteOne(const MDbRef& ref, MDbFieldOpTbl* table, int16_t index, CEPRO
   CEBLOB& cached = entry->properties[cached_property].val.blob;
   std::copy_n(reinterpret_cast<const BYTE*>(option), std::min<size_t>(cached.dwCount, sizeof(*option)), cached.lpb);
   return MDbStatusOk;
+}
+
+MDbStatus ReadOptionExForChange(MDbRef* ref, MDbFieldOpTbl* table, int16_t index, MDbFldOptionEx* option) {
+  bool was_read = false;
+  MDB_TRY(ReadOne(*ref, table, index, kOptionEx, &MDbFldOptionPair::optionEx, option, &was_read));
+  return StatusOf(was_read);
 }
 
 }  // namespace mdb
@@ -146,11 +160,13 @@ MDbStatus MDbFieldOpTblGetCount(MDbEnv*, MDbRef* ref, MDbFieldOpTbl*, int16_t* c
 }
 
 MDbStatus MDbFieldOpTblReadOption(MDbEnv*, MDbRef* ref, MDbFieldOpTbl* table, int16_t index, MDbFldOption* option) {
-  return ReadOne(*ref, table, index, kOption, &MDbFldOptionPair::option, option);
+  bool was_read = false;
+  return ReadOne(*ref, table, index, kOption, &MDbFldOptionPair::option, option, &was_read);
 }
 
 MDbStatus MDbFieldOpTblReadOptionEx(MDbEnv*, MDbRef* ref, MDbFieldOpTbl* table, int16_t index, MDbFldOptionEx* option) {
-  return ReadOne(*ref, table, index, kOptionEx, &MDbFldOptionPair::optionEx, option);
+  bool was_read = false;
+  return ReadOne(*ref, table, index, kOptionEx, &MDbFldOptionPair::optionEx, option, &was_read);
 }
 
 MDbStatus MDbFieldOpTblWriteOption(MDbEnv*, MDbRef* ref, MDbFieldOpTbl* table, int16_t index,

@@ -33,7 +33,8 @@ BOOL FindClose(HANDLE find);
 /* FALSE with last error 183 when it exists, 3 when its parent is missing. security is null. */
 BOOL CreateDirectoryW(const WCHAR* path, void* security);
 
-/* FALSE with last error 2 when it is missing, 5 when it may not be deleted. */
+/* FALSE with last error 2 when it is missing, 5 when it may not be deleted, 32 while it is open in this process or
+ * locked by another one. */
 BOOL DeleteFileW(const WCHAR* path);
 
 #ifdef __cplusplus

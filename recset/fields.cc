@@ -1,4 +1,5 @@
 // Fields through a record set: the schema, the open record's values, and the options by which fields are presented.
+#include "field_options.h"
 #include "keep_list.h"
 #include "record_set.h"
 #include "record_writes.h"
@@ -95,7 +96,7 @@ MDbStatus MDbRecsetSetDisplayOrders(MDbEnv* env, MDbRecset* recset, const uint16
   MDB_TRY(MDbRecsetGetFldCount(env, recset, &count));
   for (int16_t field = 0; field < static_cast<int16_t>(count); ++field) {
     MDbFldOptionEx option{};
-    MDB_TRY(MDbRecsetGetFldOptionEx(env, recset, field, &option));
+    MDB_TRY(ReadOptionExForChange(&env->agentRef, &env->fieldOpTbl, field, &option));
     option.displayOrder = static_cast<uint8_t>(orders[field]);
     MDB_TRY(MDbRecsetSetFldOptionEx(env, recset, field, &option));
   }

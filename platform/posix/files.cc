@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "file_in_use.h"
 #include "file_pattern.h"
 #include "path_text.h"
 
@@ -222,6 +223,7 @@ extern "C" BOOL DeleteFileW(const WCHAR* path) {
   return WithMemory(BOOL{FALSE}, [&]() -> BOOL {
     std::string name;
     if (!path_text::ToUtf8(path, name)) return Fail(ERROR_FILE_NOT_FOUND);
+    if (IsFileInUse(name)) return Fail(ERROR_SHARING_VIOLATION);
     return unlink(name.c_str()) == 0 ? BOOL{TRUE} : Fail(LastErrorOf(errno, ERROR_FILE_NOT_FOUND));
   });
 }

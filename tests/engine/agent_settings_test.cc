@@ -114,6 +114,14 @@ TEST_F(AgentSettings, ARecordThatWasNotReadIsNeverWrittenBack) {
   }
 }
 
+TEST_F(AgentSettings, ASettingThatWasNotReadLeavesTheCallersValueAsItWas) {
+  uint32_t value = 77;
+  seam::PlatformSeam seam;
+  seam.Fail("LocalAlloc");
+  EXPECT_EQ(MDbAgentGetAttr(&env, 1, &value), MDbStatusOk);
+  EXPECT_EQ(value, 77u);
+}
+
 TEST_F(AgentSettings, ARefusedWriteIsAFailure) {
   {
     seam::PlatformSeam seam;

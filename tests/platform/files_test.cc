@@ -1,9 +1,11 @@
 #include "files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "child_process.h"
 #include "temporary_folder.h"
 
 namespace {
@@ -73,6 +75,38 @@ TEST_F(Files, AFileThatCannotBeDeletedSaysWhy) {
     EXPECT_EQ(GetLastError(), row.error) << row.why;
   }
   EXPECT_TRUE(exists(Narrow("folder")));
+}
+
+TEST_F(Files, AFileThatThisProcessHasOpenIsNotDeleted) {
+  Write("file");
+  const int descriptor = open(Narrow("file").c_str(), O_RDONLY);
+  ASSERT_GE(descriptor, 0);
+  EXPECT_EQ(DeleteFileW(Wide(u"file").c_str()), FALSE);
+  EXPECT_EQ(GetLastError(), 32u);
+  close(descriptor);
+  EXPECT_EQ(DeleteFileW(Wide(u"file").c_str()), TRUE);
+}
+
+TEST_F(Files, AFileThatAnotherProcessHasLockedIsNotDeleted) {
+  Write("file");
+  const ProcessSignal locked;
+  const ProcessSignal done;
+  const pid_t child = StartChildThatDies([&] {
+    const int descriptor = open(Narrow("file").c_str(), O_RDWR);
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_start = 0x40000000;
+    lock.l_len = 1;
+    EXPECT_EQ(fcntl(descriptor, F_SETLK, &lock), 0);
+    locked.Send();
+    done.Wait();
+  });
+  locked.Wait();
+  EXPECT_EQ(DeleteFileW(Wide(u"file").c_str()), FALSE);
+  EXPECT_EQ(GetLastError(), 32u);
+  done.Send();
+  ExpectChildSucceeds(child);
+  EXPECT_EQ(DeleteFileW(Wide(u"file").c_str()), TRUE);
 }
 
 TEST_F(Files, ALinkIsDeletedAndNotWhatItLeadsTo) {
