@@ -61,7 +61,7 @@ class RecordFaultSweep : public enginetest::FaultSweepTest {
   MDbDataRec record_{};
 };
 
-TEST_F(RecordFaultSweep, CreatingAndDeletingTheTables) {
+TEST_F(RecordFaultSweep, CreatingTheTables) {
   Recipe recipe;
   recipe.fields = {{MDbFieldText, u"name"}};
   recipe.data_table = false;
@@ -69,14 +69,13 @@ TEST_F(RecordFaultSweep, CreatingAndDeletingTheTables) {
   Sweep({"MDbDataTblCreate", Opened::kVolume, Effect::kStepwise, {MDbStatusFailed}, [this] {
            return MDbDataTblCreate(&env, ref(), nullptr);
          }});
-  const auto create = [this] { ASSERT_EQ(MDbStatusOk, MDbDataTblCreate(&env, ref(), nullptr)); };
-  Sweep({"MDbDataTblCreate and MDbDataTblDelete",
-         Opened::kVolume,
-         Effect::kStepwise,
-         {MDbStatusFailed},
-         [this] { return MDbDataTblDelete(&env, ref(), nullptr); },
-         create,
-         [this] { (void)MDbDataTblDelete(&env, ref(), nullptr); }});
+}
+
+TEST_F(RecordFaultSweep, DeletingTheTables) {
+  MakeTemplateWithRecords();
+  Sweep({"MDbDataTblDelete", Opened::kVolume, Effect::kStepwise, {MDbStatusFailed}, [this] {
+           return MDbDataTblDelete(&env, ref(), nullptr);
+         }});
 }
 
 TEST_F(RecordFaultSweep, OpeningClosingAndCounting) {

@@ -74,6 +74,33 @@ TEST_F(Wrappers, SettingDisplayOrdersStopsAtTheFirstFailureWithTheFieldsBeforeIt
   EXPECT_EQ(2, orders[2]);
 }
 
+TEST_F(Wrappers, AnOptionThatWasNotReadIsNotWrittenBack) {
+  const uint16_t wanted[3] = {9, 8, 7};
+  const struct {
+    const char* call;
+    size_t n;
+  } faults[] = {{"LocalAlloc", 0}, {"CeReadRecordPropsEx", 1}};
+  for (const auto& fault : faults) {
+    SCOPED_TRACE(fault.call);
+    ASSERT_EQ(MDbStatusOk, QueryAll());
+    {
+      seam::PlatformSeam seam;
+      seam.Fail(fault.call, fault.n);
+      seam.Fail(fault.call, fault.n + 1);
+      seam.Fail(fault.call, fault.n + 2);
+      (void)MDbRecsetSetDisplayOrders(&env, &recset, wanted);
+    }
+    ASSERT_EQ(MDbStatusOk, Destroy());
+    ASSERT_NO_FATAL_FAILURE(Reopen());
+    ASSERT_EQ(MDbStatusOk, QueryAll());
+    MDbFldOptionEx option{};
+    ASSERT_EQ(MDbStatusOk, MDbRecsetGetFldOptionEx(&env, &recset, 0, &option));
+    EXPECT_EQ(75, option.widthShare);
+    EXPECT_EQ(1, option.setting1);
+    ASSERT_EQ(MDbStatusOk, Destroy());
+  }
+}
+
 // ---- dates and times
 
 TEST_F(Wrappers, ConversionsOnAnEnvironmentThatIsNotOpenHaveTheirOwnStatuses) {
