@@ -117,17 +117,18 @@ struct Layout {
   DWORD data;                  // bytes after the headers
 };
 
+// The block ends with its last payload: a client takes the headers off its size to learn how long a single text is.
 const Layout kLayouts[] = {
     {"numbers only", {I4(1, 1), I2(2, 2), R8(3, 3)}, {0, 0, 0}, 0},
-    {"a text of even length", {Text(1, u"a")}, {0}, 4},
-    {"a text is filled up to four", {Text(1, u"ab")}, {0}, 8},
-    {"an empty text is its terminator, filled up", {Text(1, u"")}, {0}, 4},
-    {"bytes are filled up to four", {Blob(1, kFive, 5)}, {0}, 8},
+    {"a text of one character", {Text(1, u"a")}, {0}, 4},
+    {"a text of two characters is not filled up", {Text(1, u"ab")}, {0}, 6},
+    {"an empty text is its terminator", {Text(1, u"")}, {0}, 2},
+    {"an odd number of bytes", {Blob(1, kFive, 5)}, {0}, 5},
     {"four bytes", {Blob(1, kFive, 4)}, {0}, 4},
     {"texts stand at even places", {Text(1, u""), Text(2, u""), Text(3, u"abc")}, {0, 2, 4}, 12},
-    {"bytes stand at places of four", {Text(1, u""), Blob(2, kFive, 5)}, {0, 4}, 12},
-    {"a text after an odd number of bytes", {Blob(1, kFive, 5), Text(2, u"a")}, {0, 6}, 12},
-    {"bytes after bytes", {Blob(1, kFive, 1), Blob(2, kFive, 1), Blob(3, kFive, 1)}, {0, 4, 8}, 12},
+    {"bytes stand at places of four", {Text(1, u""), Blob(2, kFive, 5)}, {0, 4}, 9},
+    {"a text after an odd number of bytes", {Blob(1, kFive, 5), Text(2, u"a")}, {0, 6}, 10},
+    {"bytes after bytes", {Blob(1, kFive, 1), Blob(2, kFive, 1), Blob(3, kFive, 1)}, {0, 4, 8}, 9},
     {"numbers between take no place", {Text(1, u"a"), I4(2, 1), Text(3, u"b")}, {0, 0, 4}, 8},
 };
 
@@ -242,7 +243,7 @@ TEST_F(Reads, BytesBehindTheBlockAreNotTouched) {
   DWORD size = sizeof(space);
   WORD count = 0;
   ASSERT_NE(CeReadRecordPropsEx(handle_, 0, &count, nullptr, &buffer, &size, 0), 0u);
-  ASSERT_EQ(size, kHeader + 8);
+  ASSERT_EQ(size, kHeader + 6);
   for (size_t i = size; i < sizeof(space); i++) EXPECT_EQ(buffer[i], 0xCC) << i;
 }
 
