@@ -31,8 +31,8 @@ std::vector<std::u16string> ReadValues(Database& database, MDbDataRec* record, c
   std::vector<std::u16string> values;
   for (size_t i = 0; i < database.fields().size(); ++i) {
     const MDbChar* text = nullptr;
-    Require(MDbDataRecGetFieldPtr(env, &env->agentRef, &env->dataTbl, &env->schemaTbl, record, Index16(i), &text),
-            what);
+    RequireRead(MDbDataRecGetFieldPtr(env, &env->agentRef, &env->dataTbl, &env->schemaTbl, record, Index16(i), &text),
+                what);
     if (text == nullptr) throw ToolError(ExitCode::kNotDatabase, what + ": a field is missing");
     values.emplace_back(text);
   }
@@ -49,6 +49,14 @@ void Require(MDbStatus status, const std::string& what) {
   }
   throw ToolError(ExitCode::kInputOutput,
                   fmt::format("{}: the library answers {}", what, static_cast<uint32_t>(status)));
+}
+
+void RequireRead(MDbStatus status, const std::string& what) {
+  if (status == MDbStatusOk) return;
+  throw ToolError(ExitCode::kNotDatabase,
+                  fmt::format("{}: the library answers {}; the database is damaged, or the disk "
+                              "does not read",
+                              what, static_cast<uint32_t>(status)));
 }
 
 std::u16string WidePath(const std::string& path) {
@@ -101,21 +109,21 @@ void Database::ReadFields() {
   MDbEnv* env = environment_.get();
   const std::string what = fmt::format("reading the fields of {}", path_);
   int16_t count = 0;
-  Require(MDbSchemaTblGetCount(env, &env->agentRef, &env->schemaTbl, &count), what);
+  RequireRead(MDbSchemaTblGetCount(env, &env->agentRef, &env->schemaTbl, &count), what);
   for (int16_t i = 0; i < count; ++i) {
     Field field;
     uint32_t size = 0;
-    Require(MDbSchemaTblGetNameSize(env, &env->agentRef, &env->schemaTbl, i, &size), what);
-    Require(MDbSchemaTblReadFldType(env, &env->agentRef, &env->schemaTbl, i, &field.type), what);
+    RequireRead(MDbSchemaTblGetNameSize(env, &env->agentRef, &env->schemaTbl, i, &size), what);
+    RequireRead(MDbSchemaTblReadFldType(env, &env->agentRef, &env->schemaTbl, i, &field.type), what);
     std::u16string name = TextBuffer(size);
-    Require(MDbSchemaTblReadFldName(env, &env->agentRef, &env->schemaTbl, i, name.data(), size), what);
+    RequireRead(MDbSchemaTblReadFldName(env, &env->agentRef, &env->schemaTbl, i, name.data(), size), what);
     field.name = Filled(std::move(name));
     fields_.push_back(std::move(field));
   }
   int16_t options = 0;
-  Require(MDbFieldOpTblGetCount(env, &env->agentRef, &env->fieldOpTbl, &options), what);
+  RequireRead(MDbFieldOpTblGetCount(env, &env->agentRef, &env->fieldOpTbl, &options), what);
   std::vector<int16_t> orders(static_cast<size_t>(std::max(options, count)));
-  Require(MDbFieldOpTblGetDisplayOrders(env, &env->agentRef, &env->fieldOpTbl, orders.data(), count), what);
+  RequireRead(MDbFieldOpTblGetDisplayOrders(env, &env->agentRef, &env->fieldOpTbl, orders.data(), count), what);
   RecordSet all(*this);
   for (size_t i = 0; i < fields_.size(); ++i) {
     fields_[i].display_order = static_cast<uint16_t>(orders[i]);
@@ -135,27 +143,27 @@ std::vector<size_t> Database::DisplayOrder() const {
 std::u16string Database::Name() {
   constexpr uint32_t kRoomBytes = 2048;
   std::u16string name = TextBuffer(kRoomBytes);
-  Require(MDbAgentGetDbName(env(), name.data(), kRoomBytes), "reading the database's name");
+  RequireRead(MDbAgentGetDbName(env(), name.data(), kRoomBytes), "reading the database's name");
   return Filled(std::move(name));
 }
 
 MDbAttrs Database::Attributes() {
   MDbAttrs attrs{};
   MDbEnv* env = environment_.get();
-  Require(MDbAttrTblReadAttrs(env, &env->agentRef, &env->attrTbl, 0, &attrs), "reading the database's settings");
+  RequireRead(MDbAttrTblReadAttrs(env, &env->agentRef, &env->attrTbl, 0, &attrs), "reading the database's settings");
   return attrs;
 }
 
 std::vector<std::u16string> Database::ValueLists() {
   MDbEnv* env = environment_.get();
   int16_t count = 0;
-  Require(MDbValListTblGetCount(env, &env->agentRef, &env->valListTbl, &count), "counting the value lists");
+  RequireRead(MDbValListTblGetCount(env, &env->agentRef, &env->valListTbl, &count), "counting the value lists");
   std::vector<std::u16string> lists;
   for (int16_t i = 0; i < count; ++i) {
     uint32_t size = 0;
-    Require(MDbAgentGetValListSize(env, i, &size), "reading a value list");
+    RequireRead(MDbAgentGetValListSize(env, i, &size), "reading a value list");
     std::u16string list = TextBuffer(size);
-    Require(MDbAgentGetValList(env, i, list.data(), size), "reading a value list");
+    RequireRead(MDbAgentGetValList(env, i, list.data(), size), "reading a value list");
     lists.push_back(Filled(std::move(list)));
   }
   return lists;
@@ -164,14 +172,14 @@ std::vector<std::u16string> Database::ValueLists() {
 uint32_t Database::RecordCount() {
   MDbEnv* env = environment_.get();
   uint32_t count = 0;
-  Require(MDbDataTblGetRecCount(env, &env->agentRef, &env->dataTbl, &count), "counting the records");
+  RequireRead(MDbDataTblGetRecCount(env, &env->agentRef, &env->dataTbl, &count), "counting the records");
   return count;
 }
 
 uint32_t Database::LogCount() {
   MDbEnv* env = environment_.get();
   uint32_t count = 0;
-  Require(MDbDeleteTblGetRecCount(env, &env->agentRef, &env->dataTbl, &count), "counting the deletion log");
+  RequireRead(MDbDeleteTblGetRecCount(env, &env->agentRef, &env->dataTbl, &count), "counting the deletion log");
   return count;
 }
 
@@ -180,25 +188,25 @@ Record Database::LogEntry(uint32_t position) {
   const std::string what = fmt::format("reading entry {} of the deletion log", position + 1);
   MDbDataRec record;
   MDbDataRecInitialize(&record);
-  Require(MDbDeleteTblOpenRec(env, &env->agentRef, &env->dataTbl, &record, static_cast<int16_t>(position), nullptr),
-          what);
+  RequireRead(MDbDeleteTblOpenRec(env, &env->agentRef, &env->dataTbl, &record, static_cast<int16_t>(position), nullptr),
+              what);
   Record entry;
   entry.number = position + 1;
   entry.oid = record.oid;
   try {
-    Require(MDbDataRecGetState(env, &env->agentRef, &env->dataTbl, &record, &entry.state), what);
+    RequireRead(MDbDataRecGetState(env, &env->agentRef, &env->dataTbl, &record, &entry.state), what);
     entry.values = ReadValues(*this, &record, what);
   } catch (...) {
     (void)MDbDataTblCloseRec(env, &env->agentRef, &env->dataTbl, &record);
     throw;
   }
-  Require(MDbDataTblCloseRec(env, &env->agentRef, &env->dataTbl, &record), what);
+  RequireRead(MDbDataTblCloseRec(env, &env->agentRef, &env->dataTbl, &record), what);
   return entry;
 }
 
 RecordSet::RecordSet(Database& database) : database_(database) {
   MDbRecsetInitialize(&recset_);
-  Require(MDbAgentQuery(database_.env(), &recset_, nullptr), "reading the records");
+  RequireRead(MDbAgentQuery(database_.env(), &recset_, nullptr), "reading the records");
 }
 
 RecordSet::RecordSet(Database& database, size_t field, int16_t mode, const std::u16string& text)
@@ -207,7 +215,7 @@ RecordSet::RecordSet(Database& database, size_t field, int16_t mode, const std::
   const MDbQuery query{Index16(field), mode, text_.c_str()};
   const MDbStatus status = MDbAgentQuery(database_.env(), &recset_, &query);
   if (status != MDbStatusOk) (void)MDbRecsetDestroy(database_.env(), &recset_);
-  Require(status, "searching the records");
+  RequireRead(status, "searching the records");
 }
 
 RecordSet::~RecordSet() { (void)MDbRecsetDestroy(database_.env(), &recset_); }
@@ -219,20 +227,20 @@ void RecordSet::Sort(size_t field, bool descending) {
 
 uint32_t RecordSet::Count() {
   uint32_t count = 0;
-  Require(MDbRecsetGetRecCount(database_.env(), &recset_, &count), "counting the records");
+  RequireRead(MDbRecsetGetRecCount(database_.env(), &recset_, &count), "counting the records");
   return count;
 }
 
 void RecordSet::Open(uint32_t index) {
   const std::string what = fmt::format("reading record {}", index + 1);
-  Require(MDbRecsetSetInx(database_.env(), &recset_, Index16(index)), what);
-  Require(MDbRecsetOpenRec(database_.env(), &recset_), what);
+  RequireRead(MDbRecsetSetInx(database_.env(), &recset_, Index16(index)), what);
+  RequireRead(MDbRecsetOpenRec(database_.env(), &recset_), what);
 }
 
 uint32_t RecordSet::Oid(uint32_t index) {
   Open(index);
   const uint32_t oid = recset_.record.oid;
-  Require(MDbRecsetCloseRec(database_.env(), &recset_), "closing a record");
+  RequireRead(MDbRecsetCloseRec(database_.env(), &recset_), "closing a record");
   return oid;
 }
 
@@ -244,13 +252,13 @@ Record RecordSet::Read(uint32_t index) {
   record.oid = recset_.record.oid;
   const MDbStatus state = MDbDataRecGetState(env, &env->agentRef, &env->dataTbl, &recset_.record, &record.state);
   try {
-    Require(state, what);
+    RequireRead(state, what);
     record.values = ReadValues(database_, &recset_.record, what);
   } catch (...) {
     (void)MDbRecsetCloseRec(env, &recset_);
     throw;
   }
-  Require(MDbRecsetCloseRec(env, &recset_), what);
+  RequireRead(MDbRecsetCloseRec(env, &recset_), what);
   return record;
 }
 

@@ -103,6 +103,8 @@ class RecordSet {
 
 // Throws ToolError unless status is MDbStatusOk. what says what was being done.
 void Require(MDbStatus status, const std::string& what);
+// The same for a call that only reads: when it fails the database is at fault.
+void RequireRead(MDbStatus status, const std::string& what);
 
 // A path as the library takes it. Throws ToolError when it is not UTF-8 or too long.
 std::u16string WidePath(const std::string& path);
