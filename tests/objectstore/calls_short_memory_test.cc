@@ -141,6 +141,28 @@ TEST_F(ShortMemory, SeekingATextAndReadingARecord) {
   LocalFree(block);
 }
 
+TEST_F(ShortMemory, FirstQuestionAfterManyMoves) {
+  HANDLE pointer = Open(kNumber);
+  std::vector<CEOID> expected(records_.rbegin(), records_.rend());
+  bool done = false;
+  for (long allowed = 0; !done && allowed < kMostAllocations; allowed++) {
+    SCOPED_TRACE(testing::Message() << allowed << " allocations");
+    for (int32_t move = 0; move < 90; move++) {
+      size_t i = static_cast<size_t>(move) % records_.size();
+      int32_t key = move < 81 ? (move * 37) % 101 : static_cast<int32_t>(i);
+      ASSERT_EQ(Write(handle_, records_[i], {I4(1, key)}), records_[i]);
+    }
+    SetLastError(kUntouched);
+    AllowAllocations(allowed);
+    CEOID first = Seek(pointer, CEDB_SEEK_BEGINNING, 0);
+    AllowAllocations(kAllAllocations);
+    done = first != 0;
+    EXPECT_EQ(done ? first : GetLastError(), done ? expected[0] : DWORD{ERROR_NOT_ENOUGH_MEMORY});
+    EXPECT_EQ(Order(pointer), expected);
+  }
+  EXPECT_TRUE(done);
+}
+
 TEST_F(ShortMemory, DeletingADatabase) {
   CEOID other = CreateDatabase(volume_, u"others", {{kText, 0}});
   Sweep([&] { return CeDeleteDatabaseEx(&volume_, other) != 0; });

@@ -89,6 +89,7 @@ class ModelRun {
   void SeekAValue();
   void ReadARecord();
   void WriteARecord();
+  void WriteManyRecords();
   void DeleteARecord();
   void DescribeADatabase();
   void FlushOrRemount();
@@ -312,6 +313,13 @@ void ModelRun::WriteARecord() {
   }
 }
 
+// So many changes without a question between them that the store may put off sorting.
+void ModelRun::WriteManyRecords() {
+  for (int i = 0; i < 40; i++) {
+    OneIn(10) ? DeleteARecord() : WriteARecord();
+  }
+}
+
 void ModelRun::DeleteARecord() {
   HANDLE handle = AnyHandle();
   const ModelHandle& state = model_.handles().at(handle);
@@ -367,7 +375,8 @@ void ModelRun::Step() {
   if (choice < 38) return SeekSomewhere();
   if (choice < 53) return SeekAValue();
   if (choice < 68) return ReadARecord();
-  if (choice < 90) return WriteARecord();
+  if (choice < 89) return WriteARecord();
+  if (choice < 90) return WriteManyRecords();
   return DeleteARecord();
 }
 
