@@ -355,10 +355,11 @@ MDB_API uint8_t MDbDataRecIsOpened(const MDbDataRec* rec);
  * A field that does not exist: 0 and *text as it was.  1 table or rec not open, or the record cannot be loaded */
 MDB_API MDbStatus MDbDataRecGetFieldPtr(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbSchemaTbl* schema,
                                         MDbDataRec* rec, int16_t field, const MDbChar** text);
-/* Copies a field's text.  1 table or rec not open, or no such field */
+/* Copies a field's text. A field that the record lacks: 0 and text as it was.  1 table or rec not open, or the record
+ * cannot be read */
 MDB_API MDbStatus MDbDataRecReadField(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbDataRec* rec, int16_t field,
                                       MDbChar* text, uint32_t size);
-/* The size in bytes of a field's text; 2 for an empty one.  1 as above */
+/* The size in bytes of a field's text; 2 for an empty one, 0 for one that the record lacks.  1 as above */
 MDB_API MDbStatus MDbDataRecGetFieldSize(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbDataRec* rec, int16_t field,
                                          uint32_t* size);
 /* The record's state, RecState... bits.  1 table or rec not open, or the read failed */
