@@ -96,6 +96,14 @@ TEST_F(QuerySet, ARecordWithAnInvalidDateOrTimeIsTestedByWords) {
   EXPECT_EQ(Texts{u"1 PM"}, Contents(kTime));
 }
 
+TEST_F(QuerySet, WithoutAttributesDatesAndTimesAreSearchedByWordsAndNumbersStillByValue) {
+  AddTo(kDate, {u"7/4/1976", u"07/04/1976"});
+  AddTo(kNumber, {u"42", u"0042"});
+  ASSERT_EQ(MDbStatusOk, MDbAttrTblDelete(&env, ref()));
+  EXPECT_EQ((Texts{u"7/4/1976"}), Found(kDate, MDbQueryByValue, u"7/4/1976"));
+  EXPECT_EQ((Texts{u"42", u"0042"}), Found(kNumber, MDbQueryByValue, u"42"));
+}
+
 // ---- by words
 
 TEST_F(QuerySet, ModeOneOnANumberOrADateAlwaysSearchesByWords) {

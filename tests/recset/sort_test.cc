@@ -349,6 +349,17 @@ TEST_F(SortSet, WithoutMemoryForItsTextARecordKeepsTheKeyItHadAndTheSortGoesOn) 
   EXPECT_LT(n, 32u);
 }
 
+TEST_F(SortSet, AScratchBufferThatCannotGrowLeavesTheRecordItsKeyAndServesTheNextOne) {
+  AddRecord(u"", u"1");
+  AddRecord(u"", u"22");
+  AddRecord(u"", u"3");
+  ASSERT_EQ(MDbStatusOk, QueryAll());
+  seam::PlatformSeam seam;
+  seam.Fail("LocalReAlloc");
+  EXPECT_EQ(MDbStatusOk, Sort(kNumber));
+  EXPECT_EQ((std::vector<int32_t>{1, 0, 3}), Keys());
+}
+
 TEST_F(SortSet, AFieldOfATypeWithoutAValueEndsTheSortAtItsFirstRecord) {
   ASSERT_EQ(MDbStatusOk, MDbSchemaTblDelete(&env, ref()));
   const std::vector<enginetest::Field> fields = {{9, u"odd"}};
