@@ -38,7 +38,7 @@ MDbStatus CatalogCreateDb(const MDbRef& ref) {
 }
 
 // Tests the handle for 0 alone. A catalogue that is missing opens as the platform's invalid handle, and the header read
-// after it is what fails. Pinned by Volume.AVolumeWithoutACatalogue….
+// after it is what fails. Pinned by Volume.AMountedVolumeWithoutACatalogue….
 MDbStatus CatalogOpen(MDbRef* ref) {
   CatalogStore& catalog = ref->catalog;
   if (catalog.isOpen != 0) return MDbStatusFailed;
