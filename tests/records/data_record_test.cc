@@ -51,6 +51,29 @@ TEST_F(DataRecord, ARecordIsFiveSystemPropertiesAndOneTextPerField) {
   EXPECT_EQ(u"42", stored.at(6).text);
 }
 
+// Another record that is opened or added through the same table moves it away from the open one.
+TEST_F(DataRecord, AReadThatMeetsAnotherRecordIsRefusedUntilTheRecordIsOpenedAgain) {
+  const uint32_t first = Add({u"Anna", u"42", u"1/2/2024"});
+  const uint32_t second = Add({u"Berta", u"43", u"1/3/2024"});
+  OpenedRecord record(&env, first);
+  CeSeekDatabase(table()->dataHandle, CEDB_SEEK_CEOID, second, nullptr);
+  MDbChar text[16] = u"mine";
+  uint8_t state = 77;
+  MDbRecInfo info = {{77}};
+  const MDbChar* pointer = nullptr;
+  EXPECT_EQ(MDbStatusFailed, Read(record.get(), 0, text, sizeof text));
+  EXPECT_EQ(MDbStatusFailed, State(record.get(), &state));
+  EXPECT_EQ(MDbStatusFailed, Info(record.get(), &info));
+  EXPECT_EQ(MDbStatusFailed, Pointer(record.get(), 0, &pointer));
+  EXPECT_EQ(MDbStatusFailed, mdb::WriteField(&env, ref(), table(), record.get(), 0, u"x")) << "it needs the state";
+  EXPECT_EQ(u"mine", std::u16string(text));
+  EXPECT_EQ(77, state);
+  EXPECT_EQ(77, info.bytes[0]);
+  EXPECT_EQ(nullptr, pointer);
+  CeSeekDatabase(table()->dataHandle, CEDB_SEEK_CEOID, first, nullptr);
+  EXPECT_EQ(u"Anna", TextOf(record.get(), 0));
+}
+
 TEST_F(DataRecord, InitializeZeroesTheHandle) {
   MDbDataRec record = {7, 7, 7, 7, this, this};
   MDbDataRecInitialize(&record);

@@ -56,6 +56,15 @@ TEST_F(DeletionLog, AnEntryIsTheRecordWithItsDeletionNumberAndItsStateMarkedAsDe
   EXPECT_EQ(u"b", entry.at(6).text);
 }
 
+TEST_F(DeletionLog, ARecordWithFewerFieldsThanTheSchemaIsLoggedWithThoseItHas) {
+  ASSERT_EQ(MDbStatusOk, Delete(Add({u"alone"})));
+  EXPECT_EQ(0u, Count());
+  const std::vector<seam::Property> entry = StoredLog(0);
+  ASSERT_EQ(6u, entry.size());
+  EXPECT_EQ(0x5001Fu, entry[5].id);
+  EXPECT_EQ(u"alone", entry[5].text);
+}
+
 TEST_F(DeletionLog, StatesZeroAndOneAreBothLoggedAsThree) {
   const uint32_t untouched = Add({u"a", u""});
   const uint32_t touched = Add({u"b", u""});

@@ -47,6 +47,14 @@ TEST_F(KeepList, AfterASortTheBlockIsNeverMadeSmallerThanItsContents) {
   for (CEOID oid = 1; oid <= 601; ++oid) ASSERT_EQ(oid, recset.keepList[oid - 1]);
 }
 
+// The count has 16 bits, and every edit of a record adds it once more.
+TEST_F(KeepList, AFullListTakesNoNewRecordAndStillHoldsItsOwn) {
+  for (int i = 0; i < 32767; ++i) ASSERT_EQ(MDbStatusOk, AddOid(7));
+  EXPECT_EQ(MDbStatusOk, AddOid(7)) << "it is there already";
+  EXPECT_EQ(MDbStatusFailed, AddOid(8));
+  EXPECT_EQ(32767, recset.keepCount);
+}
+
 TEST_F(KeepList, WithoutMemoryNothingIsAddedAndNothingIsLost) {
   {
     seam::PlatformSeam seam;
