@@ -89,7 +89,7 @@ std::string AsText(const Information& info) {
     pairs.emplace_back(fmt::format("value list {}", i + 1), SafeText(info.lists[i]));
   }
   Table table;
-  table.columns = {{"field"}, {"type"}, {"most characters", true}};
+  table.columns = {{"field"}, {"type"}, {"most characters", true, true}};
   for (const size_t i : info.order) {
     const Field& field = info.fields[i];
     table.rows.push_back({SafeText(field.name), TypeName(field.type), fmt::to_string(MostCharacters(field))});

@@ -128,9 +128,10 @@ std::string FormatJson(const std::vector<Field>& fields, const std::vector<size_
 Table RecordTable(const std::vector<Field>& fields, const std::vector<size_t>& columns,
                   const std::vector<Record>& records) {
   Table table;
-  table.columns.push_back({kNumberHeading, true});
+  table.columns.push_back({kNumberHeading, true, true});
   for (const size_t column : columns) {
-    table.columns.push_back({SafeText(fields[column].name), fields[column].type == MDbFieldNumber});
+    const uint8_t type = fields[column].type;
+    table.columns.push_back({SafeText(fields[column].name), type == MDbFieldNumber, type > MDbFieldText});
   }
   for (const Record& record : records) {
     std::vector<std::string> row{fmt::to_string(record.number)};

@@ -13,6 +13,7 @@ namespace {
 
 constexpr size_t kGap = 2;
 constexpr size_t kNarrowestColumn = 6;
+constexpr size_t kWidestWholeColumn = 20;  // what is longer is no number, date or time, whatever its column says
 constexpr const char* kBold = "\x1b[1m";
 constexpr const char* kPlain = "\x1b[0m";
 
@@ -29,11 +30,15 @@ size_t LineWidth(const std::vector<size_t>& widths) {
   return std::accumulate(widths.begin(), widths.end(), size_t{0}) + kGap * (widths.empty() ? 0 : widths.size() - 1);
 }
 
-// Takes from the widest columns until the line fits or none is left to take from.
-void Shrink(std::vector<size_t>& widths, size_t width) {
+// Takes from the widest columns that may be cut until the line fits or none is left to take from.
+void Shrink(const Table& table, std::vector<size_t>& widths, size_t width) {
   while (LineWidth(widths) > width) {
-    const auto widest = std::max_element(widths.begin(), widths.end());
-    if (*widest <= kNarrowestColumn) return;
+    size_t* widest = nullptr;
+    for (size_t i = 0; i < widths.size(); ++i) {
+      if (table.columns[i].whole && widths[i] <= kWidestWholeColumn) continue;
+      if (widths[i] > (widest == nullptr ? kNarrowestColumn : *widest)) widest = &widths[i];
+    }
+    if (widest == nullptr) return;
     --*widest;
   }
 }
@@ -43,10 +48,10 @@ std::vector<size_t> FittingWidths(const Table& table, size_t width) {
   std::vector<size_t> widths = NaturalWidths(table);
   if (width == 0) return widths;
   const std::vector<size_t> natural = widths;
-  Shrink(widths, width);
+  Shrink(table, widths, width);
   while (widths.size() > 1 && LineWidth(widths) > width) {
     widths.assign(natural.begin(), natural.begin() + static_cast<ptrdiff_t>(widths.size()) - 1);
-    Shrink(widths, width);
+    Shrink(table, widths, width);
   }
   if (widths.size() == 1) widths[0] = std::min(widths[0], width);
   return widths;
@@ -83,7 +88,8 @@ std::string LayOut(const Table& table, size_t width, bool styled) {
     text += '\n';
   }
   const size_t left_out = table.columns.size() - widths.size();
-  if (left_out > 0) text += CutToWidth(fmt::format("(+{} columns, see --columns)", left_out), width) + "\n";
+  if (left_out > 0)
+    text += CutToWidth(fmt::format("(+{} column{}, see --columns)", left_out, left_out == 1 ? "" : "s"), width) + "\n";
   return text;
 }
 

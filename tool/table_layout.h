@@ -11,6 +11,7 @@ namespace xkrdb {
 struct TableColumn {
   std::string heading;
   bool right_aligned = false;
+  bool whole = false;  // half a number, date or time misleads: left out rather than cut
 };
 
 struct Table {
@@ -18,7 +19,7 @@ struct Table {
   std::vector<std::vector<std::string>> rows;  // safe texts, one per column
 };
 
-// width 0: as wide as needed. A table that is too wide has its widest columns cut first; columns that do not fit even
+// width 0: as wide as needed. A table that is too wide has its widest columns cut first, down to 6 places; columns that do not fit even
 // then are left out from the right, and a last line says how many. styled: the heading in bold.
 std::string LayOut(const Table& table, size_t width, bool styled);
 

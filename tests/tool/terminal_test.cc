@@ -73,6 +73,16 @@ TEST_F(Terminal, ColumnsThatDoNotFitAreLeftOutAndCounted) {
   EXPECT_EQ(lines[2], "(+2 columns, see --…");
 }
 
+TEST_F(Terminal, NumbersDatesAndTimesAreLeftOutRatherThanCut) {
+  Make("book.xdb", "name,n,when\n" + std::string(50, 'x') + ",1234567890,2024-05-06\n");
+  EXPECT_EQ(
+      Lines(Shown({"list", "book.xdb"}, Plain(40))),
+      (std::vector<std::string>{"#  name                    n  when", "1  xxxxxxxxxxxx…  1234567890  2024-05-06"}));
+  EXPECT_EQ(Lines(Shown({"list", "book.xdb"}, Plain(30))),
+            (std::vector<std::string>{"#  name                      n", "1  xxxxxxxxxxxxxx…  1234567890",
+                                      "(+1 column, see --columns)"}));
+}
+
 TEST_F(Terminal, APipeGetsEveryColumnWhole) {
   Make("book.xdb", "a\n" + std::string(300, 'x') + "\n");
   EXPECT_EQ(Xkrdb({"list", "book.xdb"}).out, "#  a\n1  " + std::string(300, 'x') + "\n");
