@@ -31,7 +31,7 @@ target_compile_options(
 
 if(XKRDB_SANITIZE)
   target_compile_options(xkrdb_build_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
-                                                       -fno-omit-frame-pointer -O1)
+                                                       -fno-omit-frame-pointer)
   target_link_options(xkrdb_build_options INTERFACE -fsanitize=address,undefined)
 endif()
 
