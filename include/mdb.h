@@ -338,6 +338,7 @@ MDB_API MDbStatus MDbDataTblCloseRec(MDbEnv* env, MDbRef* ref, MDbDataTbl* table
 /* The number of logged deletions, 0 to 65535.  1 not open */
 MDB_API MDbStatus MDbDeleteTblGetRecCount(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, uint32_t* count);
 /* Opens a logged record by its identifier, or at position when oid is null. All reads of records work on it.
+ * A position has 16 bits with a sign: entries from the 32769th on can be opened by their identifiers only.
  * 1  table not open, rec open already, or no such entry */
 MDB_API MDbStatus MDbDeleteTblOpenRec(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbDataRec* rec, int16_t position,
                                       const uint32_t* oid);
