@@ -42,7 +42,7 @@ class Catalogue : public enginetest::EngineTest {
     return keys;
   }
 
-  MDbRef volume;
+  MDbRef volume{};  // zeroed, since one test compares all of its bytes
 };
 
 // ---- the handle record
