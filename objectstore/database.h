@@ -1,9 +1,10 @@
 // One database of a mounted volume: what the catalogue says of it and, once something has needed them, its records and
 // its sort orders.
 //
-// (D1) records_ is in ascending order of the identifier. (D2) Every order that has been built holds every record once.
-// (D3) The description's count and size are those of the records. (D4) A change first gathers all memory that it needs
-// and then happens whole; bad_alloc leaves everything as it was.
+// (D1) records_ is in ascending order of the identifier.
+// (D2) Every order that has been built holds every record once.
+// (D3) The description's count and size are those of the records.
+// (D4) A change first gathers all memory that it needs and then happens whole; bad_alloc leaves everything as it was.
 #pragma once
 
 #include <memory>

@@ -1,9 +1,9 @@
 // One mounted volume: the image in memory and, except for the system's own store, the file that flushes write.
 //
 // (V1) Identifiers of databases and records share one sequence and are never used again, also after the next mount.
-// (V2) The file changes only by a flush, and then by everything since the last one, in one transaction. (V3) After a
-// write or a sync that failed the volume is poisoned: every flush from then on fails in the same way, while reads go
-// on.
+// (V2) The file changes only by a flush, and then by everything since the last one, in one transaction.
+// (V3) After a write or a sync that failed the volume is poisoned: every flush from then on fails in the same way, while
+//      reads go on.
 #pragma once
 
 #include <memory>

@@ -1,10 +1,12 @@
 // The file of one mounted volume: rows of four tables, read when they are needed and written in transactions that are
 // on stable storage when Commit returns.
 //
-// (F1) Opening writes nothing: a file that is not ours or is damaged keeps every byte. (F2) One process holds the file,
-// by a lock that lasts until the object dies; within the process there is one object per file, since closing any
-// descriptor of the file would drop the lock. (F3) A child process made by fork may not use it. (F4) The main file
-// takes up what stands in its side file only by a checkpoint that this class asks for, so that its failure is seen.
+// (F1) Opening writes nothing: a file that is not ours or is damaged keeps every byte.
+// (F2) One process holds the file, by a lock that lasts until the object dies; within the process there is one object
+//      per file, since closing any descriptor of the file would drop the lock.
+// (F3) A child process made by fork may not use it.
+// (F4) The main file takes up what stands in its side file only by a checkpoint that this class asks for, so that its
+//      failure is seen.
 #pragma once
 
 #include <sys/types.h>

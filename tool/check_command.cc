@@ -202,6 +202,10 @@ std::string AsText(const std::vector<Finding>& findings) {
   return text;
 }
 
+std::string Counted(size_t count, const char* one, const char* several) {
+  return fmt::format("{} {}", count, count == 1 ? one : several);
+}
+
 }  // namespace
 
 ExitCode RunCheck(const CheckOptions& options) {
@@ -215,8 +219,11 @@ ExitCode RunCheck(const CheckOptions& options) {
   const auto faults =
       std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return finding.fault; });
   const auto warnings = static_cast<ptrdiff_t>(findings.size()) - faults;
-  PrintMessage(fmt::format("{}: {} fields, {} records, {} log entries: {} faults, {} warnings", options.database,
-                           database.fields().size(), records, entries, faults, warnings));
+  PrintMessage(fmt::format("{}: {}, {}, {}: {}, {}", options.database,
+                           Counted(database.fields().size(), "field", "fields"), Counted(records, "record", "records"),
+                           Counted(entries, "log entry", "log entries"),
+                           Counted(static_cast<size_t>(faults), "fault", "faults"),
+                           Counted(static_cast<size_t>(warnings), "warning", "warnings")));
   return faults == 0 ? ExitCode::kDone : ExitCode::kNothingFound;
 }
 

@@ -15,7 +15,7 @@ TEST_F(Check, ASoundDatabasePasses) {
   const Outcome outcome = Xkrdb({"check", "book.xdb"});
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(outcome.err, "book.xdb: 2 fields, 1 records, 1 log entries: 0 faults, 0 warnings\n");
+  EXPECT_EQ(outcome.err, "book.xdb: 2 fields, 1 record, 1 log entry: 0 faults, 0 warnings\n");
   EXPECT_EQ(Xkrdb({"check", "book.xdb", "--json"}).out, "[]\n");
 }
 
