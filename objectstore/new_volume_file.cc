@@ -3,8 +3,11 @@
 
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <vector>
@@ -70,12 +73,21 @@ Status WriteAll(int file, const std::vector<uint8_t>& bytes) {
   return fsync(file) == 0 ? Status::kOk : StatusOfErrno(errno);
 }
 
-// What a volume of the same name may have left would be taken for the new one's.
+constexpr const char* kSideFiles[] = {"-wal", "-shm", "-journal"};
+
+bool HasSideFiles(const FilePath& path) {
+  struct stat found;
+  return std::any_of(std::begin(kSideFiles), std::end(kSideFiles),
+                     [&](const char* suffix) { return lstat((path.full + suffix).c_str(), &found) == 0; });
+}
+
+// What a volume of the same name may have left would be taken for the new one's. That it is gone must be durable before
+// the new one has its name: not every file system keeps the order of names given and taken away.
 Status RemoveSideFiles(const FilePath& path) {
-  for (const char* suffix : {"-wal", "-shm", "-journal"}) {
+  for (const char* suffix : kSideFiles) {
     if (unlink((path.full + suffix).c_str()) != 0 && errno != ENOENT) return StatusOfErrno(errno);
   }
-  return Status::kOk;
+  return SyncDirectory(path.directory);
 }
 
 // Takes the lock that a process holds while it has the volume mounted: SQLite's bytes, in the second gigabyte.
@@ -89,13 +101,21 @@ Status LockAgainstMounts(int file) {
   return errno == EACCES || errno == EAGAIN ? Status::kSharingViolation : StatusOfErrno(errno);
 }
 
-// The new file is locked, so that nobody mounts it before what a deleted volume of that name left beside it is gone.
+// Creators in one directory take turns, so that none removes the side file of a volume that another has just created.
+// Who cannot have its turn (somebody uses the directory as a lock, or the file system has none) removes nothing.
 Status PublishNew(const FileUnderConstruction& made, const FilePath& path) {
-  if (renameat2(AT_FDCWD, made.path(), AT_FDCWD, path.full.c_str(), RENAME_NOREPLACE) != 0) {
-    if (errno != EINVAL && errno != ENOSYS) return StatusOfErrno(errno);
-    if (link(made.path(), path.full.c_str()) != 0) return StatusOfErrno(errno);
-  }
-  return RemoveSideFiles(path);
+  const FileDescriptor directory(open(path.directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!directory.valid()) return StatusOfErrno(errno);
+  const bool has_turn = flock(directory.number(), LOCK_EX | LOCK_NB) == 0;
+  FileKind kind = FileKind::kMissing;
+  FileIdentity identity;
+  STORE_TRY(Identify(path, kind, identity));
+  if (kind != FileKind::kMissing) return Status::kAlreadyExists;
+  if (!has_turn && HasSideFiles(path)) return Status::kSharingViolation;
+  STORE_TRY(RemoveSideFiles(path));
+  if (renameat2(AT_FDCWD, made.path(), AT_FDCWD, path.full.c_str(), RENAME_NOREPLACE) == 0) return Status::kOk;
+  if (errno != EINVAL && errno != ENOSYS) return StatusOfErrno(errno);
+  return link(made.path(), path.full.c_str()) == 0 ? Status::kOk : StatusOfErrno(errno);
 }
 
 Status PublishInPlace(const FileUnderConstruction& made, const FilePath& path) {
@@ -116,7 +136,6 @@ Status CreateVolumeFile(const FilePath& path, Existing existing) {
   const FileDescriptor file(open(made.path(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!file.valid()) return StatusOfErrno(errno);
   STORE_TRY(WriteAll(file.number(), bytes));
-  STORE_TRY(LockAgainstMounts(file.number()));
   return existing == Existing::kReplace ? PublishInPlace(made, path) : PublishNew(made, path);
 }
 

@@ -65,6 +65,7 @@ class VolumeFile {
  private:
   VolumeFile(const FilePath& path, const FileIdentity& identity);
   Status CheckHeader() const;
+  Status CheckHeaderInLog() const;
   Status CheckNoJournal() const;
   Status Connect();
   Status CheckSchema();

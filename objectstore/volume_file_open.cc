@@ -29,6 +29,32 @@ bool IsVolumeHeader(const uint8_t* header) {
          BigEndian32(header + 68) == kApplicationId;
 }
 
+// One frame of SQLite's write-ahead log, and the log's header before the first.
+constexpr size_t kLogHeaderBytes = 32;
+constexpr size_t kFrameHeaderBytes = 24;
+constexpr off_t kFrameBytes = kFrameHeaderBytes + kPageBytes;
+constexpr uint32_t kLogMagic = 0x377F0682;  // the lowest bit tells the byte order of checksums
+
+bool ReadAt(int file, off_t offset, uint8_t* bytes, size_t count) {
+  return pread(file, bytes, count, offset) == static_cast<ssize_t>(count);
+}
+
+// The log holds the file's first page, and it is a volume's. Whether the frame's checksums hold is SQLite's matter.
+bool LogHoldsVolumeHeader(int file) {
+  uint8_t log[kLogHeaderBytes];
+  if (!ReadAt(file, 0, log, sizeof log) || (BigEndian32(log) & ~1u) != kLogMagic || BigEndian32(log + 8) != kPageBytes)
+    return false;
+  bool found = false;
+  uint8_t frame[kFrameHeaderBytes + kHeaderBytes];
+  for (off_t offset = kLogHeaderBytes; ReadAt(file, offset, frame, sizeof frame); offset += kFrameBytes) {
+    if (std::memcmp(frame + 8, log + 16, 8) != 0) break;  // the salts of an older log
+    if (BigEndian32(frame) != 1) continue;
+    if (!IsVolumeHeader(frame + kFrameHeaderBytes)) return false;
+    found = true;
+  }
+  return found;
+}
+
 // What SQLite need not do for us, it may not do: a file may come from anywhere.
 Status Harden(sqlite3* connection) {
   static constexpr struct {
@@ -97,7 +123,17 @@ Status VolumeFile::CheckHeader() const {
   uint8_t header[kHeaderBytes];
   const ssize_t count = pread(file.number(), header, sizeof header, 0);
   if (count < 0) return StatusOfErrno(errno);
-  return count == static_cast<ssize_t>(sizeof header) && IsVolumeHeader(header) ? Status::kOk : Status::kCorrupt;
+  if (count != static_cast<ssize_t>(sizeof header)) return Status::kCorrupt;
+  return IsVolumeHeader(header) ? Status::kOk : CheckHeaderInLog();
+}
+
+// The power may have gone while the first page was on its way from the log into the file. It is whole in the log then.
+Status VolumeFile::CheckHeaderInLog() const {
+  const FileDescriptor log(open(side_file_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct stat found;
+  const bool holds =
+      log.valid() && fstat(log.number(), &found) == 0 && S_ISREG(found.st_mode) && LogHoldsVolumeHeader(log.number());
+  return holds ? Status::kOk : Status::kCorrupt;
 }
 
 // A volume never has a rollback journal. SQLite would play one back into the file.

@@ -1,5 +1,7 @@
 // Volume files as clients meet them: what a flush leaves in the file, what a later mount finds, and what rows that do
 // not agree with each other come to.
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -401,6 +403,36 @@ TEST_F(VolumeFile, AChildProcessDoesNotInheritTheMount) {
   Unmount(guid);
 }
 
+// A checkpoint that the power cut short: the first page is in the log only.
+TEST_F(VolumeFile, AFirstPageThatIsWholeInTheLogAloneIsEnough) {
+  const CEGUID guid = Mount(CREATE_NEW);
+  const CEOID database = Create(guid, u"a");
+  const HANDLE handle = Open(guid, database);
+  for (uint32_t i = 0; i < 40; ++i) Write(handle, 0, i, std::u16string(300, u'x'));
+  ASSERT_TRUE(CeFlushDBVol(&guid));
+  const auto flushed = Contents(guid, database);
+  fs::copy_file(File(), File("cut.vol"));
+  fs::copy_file(File("test.vol-wal"), File("cut.vol-wal"));
+  Unmount(guid);
+  std::string bytes = Bytes(File("cut.vol"));
+  std::fill_n(bytes.begin(), 512, '\xA5');
+  WriteBytes(File("cut.vol"), bytes);
+  const std::string log = Bytes(File("cut.vol-wal"));
+  std::string others = log;
+  others.replace(others.find("SQLite format 3"), 6, "another");
+  for (const std::string& useless : {std::string(), std::string("a text"), log.substr(0, 100), others}) {
+    WriteBytes(File("cut.vol-wal"), useless);
+    EXPECT_EQ(MountError(OPEN_EXISTING, "cut.vol"), static_cast<DWORD>(ERROR_FILE_CORRUPT));
+    EXPECT_EQ(Bytes(File("cut.vol")), bytes);
+    EXPECT_EQ(Bytes(File("cut.vol-wal")), useless);
+  }
+  WriteBytes(File("cut.vol-wal"), log);
+  const CEGUID found = Mount(OPEN_EXISTING, "cut.vol");
+  EXPECT_EQ(Contents(found, database), flushed);
+  Unmount(found);
+  EXPECT_EQ(Names(), (std::vector<std::string>{"cut.vol", "test.vol"}));
+}
+
 TEST_F(VolumeFile, AnotherPathToAMountedFileIsTheSameVolume) {
   fs::create_directory(File("folder"));
   fs::create_directory_symlink(File("folder"), File("link"));
@@ -427,6 +459,19 @@ TEST_F(VolumeFile, WhatADeletedVolumeLeftIsNotTakenForTheNewOnes) {
   EXPECT_EQ(CeOpenDatabaseEx(&guid, &oid, u"of old", 0, 0, nullptr), INVALID_HANDLE_VALUE);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
   Unmount(guid);
+}
+
+TEST_F(VolumeFile, WithoutATurnInItsDirectoryACreationRemovesNothing) {
+  const int directory = open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  ASSERT_EQ(flock(directory, LOCK_EX), 0);
+  WriteBytes(File("crashed.vol-wal"), "somebody's");
+  EXPECT_EQ(MountError(CREATE_NEW, "crashed.vol"), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
+  EXPECT_FALSE(fs::exists(File("crashed.vol")));
+  EXPECT_EQ(fs::file_size(File("crashed.vol-wal")), 10u);
+  Unmount(Mount(CREATE_NEW));  // nothing to remove
+  close(directory);
+  Unmount(Mount(CREATE_NEW, "crashed.vol"));
+  EXPECT_FALSE(fs::exists(File("crashed.vol-wal")));
 }
 
 TEST_F(VolumeFile, AFlushIntoAFileWithoutANameIsNotReportedAsDone) {
