@@ -39,20 +39,18 @@ bool ReadAt(int file, off_t offset, uint8_t* bytes, size_t count) {
   return pread(file, bytes, count, offset) == static_cast<ssize_t>(count);
 }
 
-// The log holds the file's first page, and it is a volume's. Whether the frame's checksums hold is SQLite's matter.
+// The log holds a first page of the file that is a volume's. Whether that frame counts, by its checksums, is SQLite's
+// matter; a frame after the last one that counts may hold anything.
 bool LogHoldsVolumeHeader(int file) {
   uint8_t log[kLogHeaderBytes];
   if (!ReadAt(file, 0, log, sizeof log) || (BigEndian32(log) & ~1u) != kLogMagic || BigEndian32(log + 8) != kPageBytes)
     return false;
-  bool found = false;
   uint8_t frame[kFrameHeaderBytes + kHeaderBytes];
   for (off_t offset = kLogHeaderBytes; ReadAt(file, offset, frame, sizeof frame); offset += kFrameBytes) {
-    if (std::memcmp(frame + 8, log + 16, 8) != 0) break;  // the salts of an older log
-    if (BigEndian32(frame) != 1) continue;
-    if (!IsVolumeHeader(frame + kFrameHeaderBytes)) return false;
-    found = true;
+    if (std::memcmp(frame + 8, log + 16, 8) != 0) return false;  // the salts of an older log
+    if (BigEndian32(frame) == 1 && IsVolumeHeader(frame + kFrameHeaderBytes)) return true;
   }
-  return found;
+  return false;
 }
 
 // What SQLite need not do for us, it may not do: a file may come from anywhere.

@@ -426,10 +426,15 @@ TEST_F(VolumeFile, AFirstPageThatIsWholeInTheLogAloneIsEnough) {
     EXPECT_EQ(Bytes(File("cut.vol")), bytes);
     EXPECT_EQ(Bytes(File("cut.vol-wal")), useless);
   }
-  WriteBytes(File("cut.vol-wal"), log);
-  const CEGUID found = Mount(OPEN_EXISTING, "cut.vol");
-  EXPECT_EQ(Contents(found, database), flushed);
-  Unmount(found);
+  // Of the flush that was under way, the log may hold shreds of the same page.
+  const std::string frame_header = log.substr(log.find("SQLite format 3") - 24, 24);
+  for (const std::string& tail : {std::string(), frame_header + std::string(4096, '\x5A')}) {
+    WriteBytes(File("cut.vol"), bytes);
+    WriteBytes(File("cut.vol-wal"), log + tail);
+    const CEGUID found = Mount(OPEN_EXISTING, "cut.vol");
+    EXPECT_EQ(Contents(found, database), flushed);
+    Unmount(found);
+  }
   EXPECT_EQ(Names(), (std::vector<std::string>{"cut.vol", "test.vol"}));
 }
 

@@ -1,11 +1,12 @@
 // Cuts the power after every operation that a workload asks of the file system, and looks at the files that may be found
 // afterwards.
 //
-//   power_cut_campaign [--images N] [--per-cut N] [--seed S] [--broken-sync WHICH]
+//   power_cut_campaign [--images N] [--per-cut N] [--seed S] [--keep FOLDER] [--broken-sync WHICH]
 //
 //   --images N         goes on with new workloads until so many different images have been looked at (20000)
 //   --per-cut N        at most so many images for one operation (8)
 //   --seed S           of the first workload; each further one has the next number (1)
+//   --keep FOLDER      in whose folder "broken" the files of a broken promise are left
 //   --broken-sync W    off: SQLite's synchronous is OFF; file, directory: the disk forgets syncs of that kind. The
 //                      campaign must find a broken promise then: it ends with 0 when it does and with 1 when not
 //
@@ -38,6 +39,7 @@ struct Options {
   uint64_t seed = 1;
   Forgotten forgotten = Forgotten::kNothing;
   bool must_break = false;
+  std::string keep;
 };
 
 struct Totals {
@@ -81,7 +83,7 @@ class Round {
         options_(first.options_),
         seed_(first.seed_),
         totals_(first.totals_),
-        random_(first.seed_ + first.totals_.images),
+        random_(first.seed_ + first.images_),
         per_cut_(2),
         life_(EmptyFolder(first.folder_, "second-life")),
         image_(EmptyFolder(first.folder_, "second-image")),
@@ -180,9 +182,13 @@ class Round {
     for (auto& file : image) file.second.DropZerosAtEnd();
     if (!seen_.insert(HashOf(image, first_, last_)).second) return;
     ++totals_.images;
-    Found found = check_.Look(image, totals_.images % 16 == 0);
+    ++images_;
+    Found found = check_.Look(image, images_ % 16 == 0);
     const int milestone = check_.Judge(found, history_.milestones, first_, last_);
-    if (milestone < 0) throw std::runtime_error(Report(found.broken, image, cut));
+    if (milestone < 0) {
+      if (!options_.keep.empty()) WriteImage(image, EmptyFolder(options_.keep, "broken"));
+      throw std::runtime_error(Report(found.broken, image, cut));
+    }
     if (found.absent) {
       ++totals_.absent;
     } else if (static_cast<size_t>(milestone) == first_) {
@@ -190,7 +196,7 @@ class Round {
     } else {
       ++totals_.after;
     }
-    if (!is_second_ && found.open_status == 0 && !found.absent && totals_.images % kImagesPerSecondLife == 0) {
+    if (!is_second_ && found.open_status == 0 && !found.absent && images_ % kImagesPerSecondLife == 0) {
       Milestone start = history_.milestones[static_cast<size_t>(milestone)];
       start.begun = start.returned = 0;
       ++totals_.second_lives;
@@ -223,6 +229,7 @@ class Round {
   std::string image_;
   Image start_;  // the files before the journal began
   bool is_second_ = false;
+  uint64_t images_ = 0;
   History history_;
   ImageCheck check_;
   size_t first_ = 0, last_ = 0;  // milestones that may be found: the last that was promised, the last that was begun
@@ -238,6 +245,8 @@ Options Parse(int count, char** arguments) {
       options.images = std::stoull(value);
     else if (name == "--per-cut")
       options.per_cut = std::stoull(value);
+    else if (name == "--keep")
+      options.keep = value;
     else if (name == "--seed")
       options.seed = std::stoull(value);
     else if (name == "--broken-sync") {
