@@ -28,7 +28,8 @@ Status ResolvePath(const std::string& path, FilePath& resolved) {
   const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
   if (name.empty()) return Status::kPathNotFound;
   const std::unique_ptr<char, FreeMemory> real(realpath(directory.c_str(), nullptr));
-  if (real == nullptr) return errno == ENOENT ? Status::kPathNotFound : StatusOfErrno(errno);
+  // Nothing, or links without an end, where a folder should be.
+  if (real == nullptr) return errno == ENOENT || errno == ELOOP ? Status::kPathNotFound : StatusOfErrno(errno);
   resolved.directory = real.get();
   resolved.full = resolved.directory == "/" ? "/" + name : resolved.directory + "/" + name;
   return resolved.full.size() <= kLongestPathBytes ? Status::kOk : Status::kPathNotFound;
