@@ -1,0 +1,16 @@
+// What calls take of memory: how much of it is still held afterwards, and the largest piece that was asked for at once.
+#pragma once
+
+#include <cstddef>
+
+namespace places {
+
+// Bytes that this program holds now, whoever asked for them.
+size_t HeldBytes();
+
+// From here on the largest request through operator new is remembered, and the most that SQLite holds at a time.
+void StartWatchingRequests();
+size_t LargestRequest();
+size_t MostHeldBySqlite();
+
+}  // namespace places
