@@ -66,7 +66,7 @@ class VolumeFile {
   VolumeFile(const FilePath& path, const FileIdentity& identity);
   Status CheckHeader() const;
   Status CheckHeaderInLog() const;
-  Status CheckNoJournal() const;
+  Status CheckNeighbours() const;
   Status Connect();
   Status CheckSchema();
   Status CheckStillThere() const;

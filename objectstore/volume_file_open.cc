@@ -100,7 +100,7 @@ VolumeFile::VolumeFile(const FilePath& path, const FileIdentity& identity)
 Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std::unique_ptr<VolumeFile>& opened) {
   std::unique_ptr<VolumeFile> file(new VolumeFile(path, identity));
   STORE_TRY(file->CheckHeader());
-  STORE_TRY(file->CheckNoJournal());
+  STORE_TRY(file->CheckNeighbours());
   Status status = file->Connect();
   if (status == Status::kOk) status = file->CheckSchema();
   file->locked_ = status == Status::kOk || status == Status::kCorrupt;  // nobody reads a page without the lock
@@ -134,8 +134,13 @@ Status VolumeFile::CheckHeaderInLog() const {
   return holds ? Status::kOk : Status::kCorrupt;
 }
 
-// A volume never has a rollback journal. SQLite would play one back into the file.
-Status VolumeFile::CheckNoJournal() const { return Exists(path_.full + "-journal") ? Status::kCorrupt : Status::kOk; }
+// A volume never has a rollback journal; SQLite would play one back into the file. And its side file is a file; SQLite
+// would take a pipe or a device for one.
+Status VolumeFile::CheckNeighbours() const {
+  if (Exists(path_.full + "-journal")) return Status::kCorrupt;
+  struct stat found;
+  return lstat(side_file_.c_str(), &found) != 0 || S_ISREG(found.st_mode) ? Status::kOk : Status::kCorrupt;
+}
 
 Status VolumeFile::Connect() {
   side_file_existed_ = Exists(side_file_);
