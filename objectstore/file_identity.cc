@@ -56,6 +56,7 @@ Status StatusOfErrno(int number) {
     case EACCES:
     case EPERM:
     case EROFS:
+    case EISDIR:
       return Status::kAccessDenied;
     case ENOSPC:
     case EDQUOT:
