@@ -73,6 +73,8 @@ Status Volume::LoadCatalogue() {
   return databases_.size() == head_.database_count ? Status::kOk : Status::kCorrupt;
 }
 
+Status Volume::Load(Database& database) { return NoteDamage(database.Load(file_.get(), head_.next_identifier)); }
+
 Database* Volume::FirstAfter(CEOID oid) const {
   const auto found = std::partition_point(databases_.begin(), databases_.end(),
                                           [oid](const auto& database) { return database->oid() <= oid; });
@@ -101,10 +103,10 @@ Status Volume::FindOwner(CEOID record, Database*& owner) {
       holds = database->Find(record) != nullptr;
     } else {
       const int64_t key = RowKey(database->oid(), record);
-      STORE_TRY(file_->ForEachRow(Table::kRecord, key, key, [&holds](int64_t, std::span<const uint8_t>) {
+      STORE_TRY(NoteDamage(file_->ForEachRow(Table::kRecord, key, key, [&holds](int64_t, std::span<const uint8_t>) {
         holds = true;
         return Status::kOk;
-      }));
+      })));
     }
     if (holds) owner = database.get();
   }
@@ -211,6 +213,11 @@ Status Volume::Poison(Status status) {
   return status;
 }
 
-Status Volume::Settle() { return file_ == nullptr ? Status::kOk : Poison(file_->Settle()); }
+Status Volume::NoteDamage(Status status) {
+  if (status == Status::kCorrupt) damaged_ = true;
+  return status;
+}
+
+Status Volume::Settle() { return file_ == nullptr || damaged_ ? Status::kOk : Poison(file_->Settle()); }
 
 }  // namespace objectstore

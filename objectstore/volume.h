@@ -4,6 +4,8 @@
 // (V2) The file changes only by a flush, and then by everything since the last one, in one transaction.
 // (V3) After a write or a sync that failed the volume is poisoned: every flush from then on fails in the same way, while
 //      reads go on.
+// (V4) Once a part of it was found damaged, the last unmount leaves the side file: it may be what is wrong, if it came
+//      from elsewhere, and the file beneath it sound.
 #pragma once
 
 #include <memory>
@@ -43,7 +45,7 @@ class Volume {
   Database* FindByName(const DatabaseName& name) const;
   Database* FirstAfter(CEOID oid) const;
 
-  Status Load(Database& database) { return database.Load(file_.get(), head_.next_identifier); }
+  Status Load(Database& database);
 
   // The database that holds a record; null when there is no such record.
   Status FindOwner(CEOID record, Database*& owner);
@@ -68,6 +70,7 @@ class Volume {
   Status WriteChanges(const VolumeHead& head);
   void ForgetChanges(const VolumeHead& head);
   Status Poison(Status status);
+  Status NoteDamage(Status status);
 
   CEGUID guid_ = {0, 0, 0, 0};
   uint32_t sequence_ = 0;
@@ -78,6 +81,7 @@ class Volume {
   std::vector<std::unique_ptr<Database>> databases_;
   std::vector<CEOID> deleted_databases_;  // that the file holds
   Status poison_ = Status::kOk;
+  bool damaged_ = false;
   BodyWriter writer_;
 };
 
