@@ -101,10 +101,12 @@ bool StatementUse::GetBlob(int column, std::span<const uint8_t>& bytes) const {
   return data != nullptr || bytes.empty();
 }
 
-bool StatementUse::GetText(int column, const char*& text) const {
+bool StatementUse::GetText(int column, std::string_view& text) const {
   if (sqlite3_column_type(statement_, column) != SQLITE_TEXT) return false;
-  text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
-  return text != nullptr;
+  const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+  if (data == nullptr) return false;
+  text = {data, static_cast<size_t>(sqlite3_column_bytes(statement_, column))};
+  return true;
 }
 
 }  // namespace objectstore

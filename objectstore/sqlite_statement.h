@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <span>
+#include <string_view>
 
 #include "status.h"
 
@@ -54,7 +55,7 @@ class StatementUse {
   // False when the column holds something else.
   bool GetNumber(int column, int64_t& number) const;
   bool GetBlob(int column, std::span<const uint8_t>& bytes) const;  // valid until the next step
-  bool GetText(int column, const char*& text) const;
+  bool GetText(int column, std::string_view& text) const;           // the same
 
  private:
   sqlite3_stmt* statement_;

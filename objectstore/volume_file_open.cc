@@ -3,8 +3,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <string_view>
 
 #include "volume_file.h"
 #include "volume_schema.h"
@@ -21,12 +24,30 @@ uint32_t BigEndian32(const uint8_t* bytes) {
   return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
 }
 
-// The header of SQLite's file format: the parts of it that are the same in every volume.
+// The header of SQLite's file format: the parts of it that are the same in every volume. What else could stand there
+// would change the meaning of pages, or move them.
 bool IsVolumeHeader(const uint8_t* header) {
+  static constexpr struct {
+    size_t offset;
+    uint32_t value;
+  } kNumbers[] = {
+      {44, 4},               // format of the table of tables
+      {52, 0},               // pages do not move by themselves
+      {56, 1},               // texts are UTF-8
+      {60, kFormatVersion},  //
+      {64, 0},               // nor do they on request
+      {68, kApplicationId},  //
+      {72, 0},
+      {76, 0},
+      {80, 0},
+      {84, 0},
+      {88, 0},  // for expansion
+  };
   constexpr uint8_t kWriteAheadLog = 2;
   return std::memcmp(header, kMagic, sizeof kMagic) == 0 && (header[16] << 8 | header[17]) == kPageBytes &&
-         header[18] == kWriteAheadLog && header[19] == kWriteAheadLog && BigEndian32(header + 60) == kFormatVersion &&
-         BigEndian32(header + 68) == kApplicationId;
+         header[18] == kWriteAheadLog && header[19] == kWriteAheadLog && header[20] == 0 &&
+         std::all_of(std::begin(kNumbers), std::end(kNumbers),
+                     [header](const auto& number) { return BigEndian32(header + number.offset) == number.value; });
 }
 
 // One frame of SQLite's write-ahead log, and the log's header before the first.
@@ -87,9 +108,15 @@ bool Exists(const std::string& path) {
   return lstat(path.c_str(), &found) == 0;
 }
 
-bool SameText(const StatementUse& row, int column, const char* expected) {
-  const char* text = nullptr;
-  return row.GetText(column, text) && std::strcmp(text, expected) == 0;
+bool SameText(const StatementUse& row, int column, std::string_view expected) {
+  std::string_view text;
+  return row.GetText(column, text) && text == expected;
+}
+
+bool SameRow(const StatementUse& row, const SchemaRow& expected) {
+  int64_t root_page = 0;
+  return SameText(row, 0, expected.type) && SameText(row, 1, expected.name) && SameText(row, 2, expected.table) &&
+         row.GetNumber(3, root_page) && root_page == expected.root_page && SameText(row, 4, expected.sql);
 }
 
 }  // namespace
@@ -162,18 +189,24 @@ Status VolumeFile::Connect() {
   return sqlite3_db_readonly(connection, "main") == 0 ? Status::kOk : Status::kAccessDenied;
 }
 
-// The first look at the file through SQLite, which takes the lock.
+// The first look at the file through SQLite, which takes the lock. The side file may hold another header.
 Status VolumeFile::CheckSchema() {
+  for (const auto& [sql, expected] : sql::kHeaderNumbers) {
+    Statement header;
+    STORE_TRY(header.Prepare(connection_.get(), sql));
+    StatementUse use(header);
+    bool has_row = false;
+    int64_t number = 0;
+    STORE_TRY(use.Step(has_row));
+    if (!has_row || !use.GetNumber(0, number) || number != expected) return Status::kCorrupt;
+  }
   Statement statement;
   STORE_TRY(statement.Prepare(connection_.get(), sql::kReadSchema));
   StatementUse use(statement);
   bool has_row = false;
   for (const SchemaRow& expected : kSchema) {
     STORE_TRY(use.Step(has_row));
-    if (!has_row || !SameText(use, 0, expected.type) || !SameText(use, 1, expected.name) ||
-        !SameText(use, 2, expected.table) || !SameText(use, 3, expected.sql)) {
-      return Status::kCorrupt;
-    }
+    if (!has_row || !SameRow(use, expected)) return Status::kCorrupt;
   }
   STORE_TRY(use.Step(has_row));
   return has_row ? Status::kCorrupt : Status::kOk;

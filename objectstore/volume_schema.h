@@ -9,23 +9,32 @@ inline constexpr uint32_t kApplicationId = 0x584B5244;  // "XKRD"
 inline constexpr uint32_t kFormatVersion = 1;
 inline constexpr uint32_t kPageBytes = 4096;
 
-// A row of SQLite's own table of tables, as a sound file holds it.
+// A row of SQLite's own table of tables, as a sound file holds it. Tables never move: no page but a root page of its own
+// may be one, or writing one table would write into another.
 struct SchemaRow {
   const char* type;
   const char* name;
   const char* table;
+  int64_t root_page;
   const char* sql;
 };
 inline constexpr SchemaRow kSchema[] = {
-    {"table", "volume", "volume", "CREATE TABLE volume(id INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
-    {"table", "database", "database", "CREATE TABLE database(oid INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
-    {"table", "record", "record", "CREATE TABLE record(key INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
-    {"table", "packed", "packed", "CREATE TABLE packed(key INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
+    {"table", "volume", "volume", 2, "CREATE TABLE volume(id INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
+    {"table", "database", "database", 3, "CREATE TABLE database(oid INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
+    {"table", "record", "record", 4, "CREATE TABLE record(key INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
+    {"table", "packed", "packed", 5, "CREATE TABLE packed(key INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
 };
 
 namespace sql {
 
-inline constexpr char kReadSchema[] = "SELECT type, name, tbl_name, sql FROM sqlite_schema ORDER BY rowid";
+inline constexpr char kReadSchema[] = "SELECT type, name, tbl_name, rootpage, sql FROM sqlite_schema ORDER BY rowid";
+// What a header says once the side file is read as well.
+inline constexpr struct {
+  const char* sql;
+  int64_t value;
+} kHeaderNumbers[] = {
+    {"PRAGMA application_id", kApplicationId}, {"PRAGMA user_version", kFormatVersion}, {"PRAGMA auto_vacuum", 0}};
+
 inline constexpr char kSetPageSize[] = "PRAGMA page_size = 4096";
 inline constexpr char kSetApplicationId[] = "PRAGMA application_id = 1481331268";  // kApplicationId in decimal
 inline constexpr char kSetFormatVersion[] = "PRAGMA user_version = 1";
