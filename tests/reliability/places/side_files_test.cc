@@ -31,6 +31,16 @@ class SideFiles : public PlaceTest {
     WriteBytes(File((std::string(file) + "-wal").c_str()), log);
   }
 
+  // The log of a file that another program changes, as it is before that program closes it.
+  std::string LogOf(const std::string& file, const char* statements) {
+    sqlite3* opened = nullptr;
+    EXPECT_EQ(sqlite3_open(file.c_str(), &opened), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(opened, statements, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(opened);
+    const std::string log = Bytes(File(file + "-wal"));
+    EXPECT_EQ(sqlite3_close(opened), SQLITE_OK);
+    return log;
+  }
+
   std::string mounted_file_;
 };
 
@@ -142,21 +152,25 @@ TEST_F(SideFiles, TheLogOfAnotherDatabaseChangesNothing) {
   ASSERT_EQ(Add(u"more"), MDbStatusOk);
   const std::string of_a_larger_one = Bytes(File("large.xdb-wal"));
   ASSERT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
-  sqlite3* opened = nullptr;
-  ASSERT_EQ(sqlite3_open("foreign", &opened), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(opened, "PRAGMA journal_mode = WAL; CREATE TABLE t(a); INSERT INTO t VALUES(1)", nullptr,
-                         nullptr, nullptr),
-            SQLITE_OK);
-  const std::string of_another_program = Bytes(File("foreign-wal"));
-  ASSERT_EQ(sqlite3_close(opened), SQLITE_OK);
-
+  const std::string of_another_program =
+      LogOf("foreign", "PRAGMA journal_mode = WAL; CREATE TABLE t(a); INSERT INTO t VALUES(1)");
+  const auto of_a_change = [this](const char* statements) {
+    fs::copy_file("sound.xdb", "changed.xdb", fs::copy_options::overwrite_existing);
+    return LogOf("changed.xdb", statements);
+  };
   const struct {
     const char* why;
-    const std::string& log;
+    std::string log;
     MDbStatus status;
   } kLogs[] = {
       {"of a larger database", of_a_larger_one, MDbStatusFailed},  // a table that cannot be opened
       {"of another program", of_another_program, MDbStatusCannotOpen},
+      {"that makes it another version", of_a_change("PRAGMA user_version = 2"), MDbStatusCannotOpen},
+      {"that makes it another application's", of_a_change("PRAGMA application_id = 7"), MDbStatusCannotOpen},
+      {"that makes its pages move", of_a_change("PRAGMA auto_vacuum = FULL; VACUUM"), MDbStatusCannotOpen},
+      {"that adds a trigger", of_a_change("CREATE TRIGGER t AFTER INSERT ON record BEGIN DELETE FROM record; END"),
+       MDbStatusCannotOpen},
+      {"that takes a row away", of_a_change("DELETE FROM volume"), MDbStatusCannotOpen},
   };
   for (const auto& row : kLogs) {
     SCOPED_TRACE(row.why);
