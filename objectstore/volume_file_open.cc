@@ -177,6 +177,8 @@ Status VolumeFile::Connect() {
   const int result = sqlite3_open_v2(path_.full.c_str(), &connection, kFlags, nullptr);
   connection_.reset(connection);
   if (result != SQLITE_OK) return StatusOfSqlite(result);
+  // SQLite opens a file that it may not write for reading. Its first look would then ask for a lock that needs writing.
+  if (sqlite3_db_readonly(connection, "main") != 0) return Status::kAccessDenied;
   STORE_TRY(Harden(connection));
   STORE_TRY(Execute(connection, sql::kSetUpConnection));
   sqlite3_wal_hook(
@@ -186,7 +188,7 @@ Status VolumeFile::Connect() {
         return SQLITE_OK;
       },
       this);
-  return sqlite3_db_readonly(connection, "main") == 0 ? Status::kOk : Status::kAccessDenied;
+  return Status::kOk;
 }
 
 // The first look at the file through SQLite, which takes the lock. The side file may hold another header.
