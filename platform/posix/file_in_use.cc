@@ -7,9 +7,12 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <memory>
 
 namespace {
@@ -20,9 +23,23 @@ struct CloseFolder {
 
 bool IsSameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
 
+// Without the system's list, or a descriptor to read it: every number that this process could have open is asked.
+bool IsAmongAllDescriptors(const struct stat& file) {
+  constexpr rlim_t kMostAsked = 1 << 16;
+  constexpr rlim_t kFewestAsked = 1 << 10;  // a limit may have been lowered below what is open
+  rlimit limit;
+  const rlim_t known = getrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : kMostAsked;
+  const auto count = static_cast<int>(std::clamp(known, kFewestAsked, kMostAsked));
+  for (int descriptor = 0; descriptor < count; ++descriptor) {
+    struct stat open_file;
+    if (fstat(descriptor, &open_file) == 0 && IsSameFile(open_file, file)) return true;
+  }
+  return false;
+}
+
 bool IsOpenInThisProcess(const struct stat& file) {
   const std::unique_ptr<DIR, CloseFolder> descriptors(opendir("/proc/self/fd"));
-  if (descriptors == nullptr) return false;
+  if (descriptors == nullptr) return IsAmongAllDescriptors(file);
   while (const dirent* entry = readdir(descriptors.get())) {
     struct stat open_file;
     if (fstatat(dirfd(descriptors.get()), entry->d_name, &open_file, 0) == 0 && IsSameFile(open_file, file))
@@ -33,7 +50,8 @@ bool IsOpenInThisProcess(const struct stat& file) {
 
 bool IsLockedByAnotherProcess(const std::string& path) {
   const int descriptor = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0) return false;
+  // Without a descriptor nothing can be learnt; a file that may be in use is not deleted.
+  if (descriptor < 0) return errno == EMFILE || errno == ENFILE || errno == ENOMEM;
   struct flock lock = {};
   lock.l_type = F_WRLCK;
   lock.l_whence = SEEK_SET;
