@@ -2,7 +2,9 @@
 #include "volume_file.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,6 +25,17 @@ constexpr const char* kQueries[] = {
 
 // Beyond this many pages the side file is taken up into the main file.
 constexpr int kLongSideFilePages = 1000;
+
+// Whether a file may be made this long without anybody missing the room: this is for speed, and must not take the last
+// blocks of a disk nor have the process ended for its files' size.
+bool HasAmpleRoom(int file, off_t bytes) {
+  constexpr uint64_t kMultiple = 16;
+  rlimit largest_file;
+  struct statvfs disk;
+  return getrlimit(RLIMIT_FSIZE, &largest_file) == 0 && largest_file.rlim_cur >= static_cast<rlim_t>(bytes) &&
+         fstatvfs(file, &disk) == 0 &&
+         uint64_t{disk.f_bavail} * uint64_t{disk.f_frsize} >= kMultiple * static_cast<uint64_t>(bytes);
+}
 
 }  // namespace
 
@@ -94,18 +107,23 @@ Status VolumeFile::SyncDirectoryOnce() {
   return Status::kOk;
 }
 
-// Zeros are no frames of the log, so that it ends where it did. A failure is no harm: whoever writes there meets it again.
+// Zeros are no frames of the log, so that it ends where it did. A failure is no harm: what was grown is given back, and
+// whoever writes there meets it again.
 void VolumeFile::GrowSideFile() const {
   constexpr off_t kUsualBytes = 1 << 20;
   constexpr size_t kStepBytes = 1 << 16;
   static constexpr char kZeros[kStepBytes] = {};
-  const FileDescriptor file(open(side_file_.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC));
+  const FileDescriptor file(open(side_file_.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat found;
   if (!file.valid() || fstat(file.number(), &found) != 0 || found.st_size == 0) return;
+  if (!HasAmpleRoom(file.number(), kUsualBytes)) return;
   for (off_t offset = found.st_size; offset < kUsualBytes;) {
     const ssize_t count =
         pwrite(file.number(), kZeros, std::min<size_t>(kStepBytes, static_cast<size_t>(kUsualBytes - offset)), offset);
-    if (count <= 0) return;
+    if (count <= 0) {
+      static_cast<void>(!ftruncate(file.number(), found.st_size));
+      return;
+    }
     offset += count;
   }
 }
