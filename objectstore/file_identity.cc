@@ -35,7 +35,7 @@ Status ResolvePath(const std::string& path, FilePath& resolved) {
   return resolved.full.size() <= kLongestPathBytes ? Status::kOk : Status::kPathNotFound;
 }
 
-Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity) {
+Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity, uint64_t* bytes) {
   struct stat found;
   if (lstat(path.full.c_str(), &found) != 0) {
     kind = FileKind::kMissing;
@@ -43,6 +43,7 @@ Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity) {
   }
   kind = S_ISREG(found.st_mode) ? FileKind::kRegular : FileKind::kOther;
   identity = {static_cast<uint64_t>(found.st_dev), static_cast<uint64_t>(found.st_ino)};
+  if (bytes != nullptr) *bytes = static_cast<uint64_t>(found.st_size);
   return Status::kOk;
 }
 

@@ -25,7 +25,8 @@ enum class FileKind { kMissing, kRegular, kOther };
 // Path not found when the directory is missing.
 Status ResolvePath(const std::string& path, FilePath& resolved);
 
-Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity);
+// bytes, unless null, receives the size of what is there.
+Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity, uint64_t* bytes = nullptr);
 
 // The last error number for what a system call left in errno.
 Status StatusOfErrno(int number);

@@ -47,8 +47,8 @@ VolumeFile::~VolumeFile() {
     return;
   }
   for (auto& statement : statements_) statement.reset();
-  // Before the lock goes: afterwards the name may belong to another process's mount.
-  if (locked_ && !settled_ && !side_file_existed_) RemoveEmptySideFile();
+  // Before the lock goes: afterwards the name may belong to another process's mount, as it may now if the file was moved.
+  if (locked_ && !settled_ && !side_file_existed_ && CheckStillThere() == Status::kOk) RemoveEmptySideFile();
   connection_.reset();
 }
 
@@ -132,12 +132,15 @@ Status VolumeFile::CheckpointWhenLong() {
   if (side_file_pages_ < kLongSideFilePages) return Status::kOk;
   side_file_pages_ = 0;
   const int result = sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-  return StatusOfSqlite(result);
+  STORE_TRY(StatusOfSqlite(result));
+  return RememberSize();
 }
 
 Status VolumeFile::Settle() {
   if (!IsOfThisProcess()) return Status::kSharingViolation;
-  if (CheckStillThere() != Status::kOk) return Status::kOk;  // the names beside it may belong to another file by now
+  const Status there = CheckStillThere();
+  STORE_TRY(there == Status::kCorrupt ? there : Status::kOk);
+  if (there != Status::kOk) return Status::kOk;  // the names beside it may belong to another file by now
   const int result =
       sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
   STORE_TRY(StatusOfSqlite(result));
@@ -146,12 +149,28 @@ Status VolumeFile::Settle() {
   return Status::kOk;
 }
 
-// The path still leads to the file that was opened. What is written to a file without a name would be lost.
+// The path still leads to the file that was opened, and nobody has cut it. What is written to a file without a name would
+// be lost, and SQLite would write into a file that lacks pages.
 Status VolumeFile::CheckStillThere() const {
   FileKind kind = FileKind::kMissing;
   FileIdentity found;
-  STORE_TRY(Identify(path_, kind, found));
-  return kind == FileKind::kRegular && found == identity_ ? Status::kOk : Status::kFileNotFound;
+  uint64_t bytes = 0;
+  STORE_TRY(Identify(path_, kind, found, &bytes));
+  if (kind != FileKind::kRegular || found != identity_) return Status::kFileNotFound;
+  return bytes >= known_bytes_ ? Status::kOk : Status::kCorrupt;
+}
+
+Status VolumeFile::RememberSize() {
+  FileKind kind = FileKind::kMissing;
+  FileIdentity found;
+  return Identify(path_, kind, found, &known_bytes_);
+}
+
+bool VolumeFile::HoldsLock() const {
+  int level = SQLITE_LOCK_NONE;
+  return connection_ != nullptr &&
+         sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_LOCKSTATE, &level) == SQLITE_OK &&
+         level == SQLITE_LOCK_EXCLUSIVE;
 }
 
 bool VolumeFile::IsOfThisProcess() const { return getpid() == owner_; }

@@ -70,6 +70,8 @@ class VolumeFile {
   Status Connect();
   Status CheckSchema();
   Status CheckStillThere() const;
+  Status RememberSize();
+  bool HoldsLock() const;
   void RemoveEmptySideFile() const;
 
   enum Query : size_t {  // places in statements_
@@ -88,6 +90,7 @@ class VolumeFile {
   std::string side_file_;
   FileIdentity identity_;
   pid_t owner_;
+  uint64_t known_bytes_ = 0;  // the file is at least this long, unless somebody cuts it
   bool side_file_existed_ = false;
   bool locked_ = false;
   bool settled_ = false;

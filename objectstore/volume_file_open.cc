@@ -130,10 +130,11 @@ Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std:
   STORE_TRY(file->CheckNeighbours());
   Status status = file->Connect();
   if (status == Status::kOk) status = file->CheckSchema();
-  file->locked_ = status == Status::kOk || status == Status::kCorrupt;  // nobody reads a page without the lock
+  file->locked_ = file->HoldsLock();
   STORE_TRY(status);
   // Another process may have put another file in this one's place before the lock was ours.
   STORE_TRY(file->CheckStillThere());
+  STORE_TRY(file->RememberSize());
   opened = std::move(file);
   return Status::kOk;
 }
