@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <optional>
+#include <string_view>
 
 #include "database_session.h"
 #include "name_suggestion.h"
@@ -61,6 +62,20 @@ std::optional<pid_t> LockHolder(const std::string& path) {
   return query.l_pid;
 }
 
+// What stands under a name beside a database that the library keeps for itself, and is no part of it; empty when nothing
+// does. The library takes away what an older database left there, if it may.
+std::string FileInTheWay(const std::string& path, bool exists) {
+  for (const std::string_view suffix : {"-journal", "-wal", "-shm"}) {
+    struct stat status {};
+    const std::string name = path + std::string(suffix);
+    if (lstat(name.c_str(), &status) != 0) continue;
+    const bool is_journal = suffix == "-journal" || (suffix == "-wal" && !S_ISREG(status.st_mode));
+    const bool is_removable = !S_ISDIR(status.st_mode) && (status.st_uid == geteuid() || geteuid() == 0);
+    if (exists ? is_journal : !is_removable) return name;
+  }
+  return {};
+}
+
 ToolError CannotMount(const std::string& path) {
   struct stat status {};
   if (lstat(path.c_str(), &status) != 0) {
@@ -84,6 +99,12 @@ ToolError CannotMount(const std::string& path) {
     return {ExitCode::kInputOutput,
             fmt::format("the folder of {} must be writable, the library writes a journal there: {}", path,
                         std::strerror(errno))};
+  }
+  const std::string other = FileInTheWay(path, true);
+  if (!other.empty()) {
+    return {ExitCode::kNotDatabase,
+            fmt::format("{} stands beside {} and does not belong to it; {} is opened once that is elsewhere", other,
+                        path, path)};
   }
   return {ExitCode::kNotDatabase, fmt::format("{} is not a database of this library, or it is damaged", path)};
 }
@@ -116,10 +137,21 @@ ToolError OpenFailure(const std::string& path, MDbStatus status) {
 }
 
 ToolError CreateFailure(const std::string& path) {
-  if (FileExists(path)) return {ExitCode::kInputOutput, fmt::format("{} exists already", path)};
+  struct stat status {};
+  if (lstat(path.c_str(), &status) == 0) return {ExitCode::kInputOutput, fmt::format("{} exists already", path)};
+  const int error = errno;
   const std::string folder = FolderOf(path);
-  if (access(folder.c_str(), W_OK | X_OK) != 0) {
-    return {ExitCode::kInputOutput, fmt::format("cannot make {}: folder {}: {}", path, folder, std::strerror(errno))};
+  const auto cannot = [](const std::string& what, int why) {
+    return ToolError(ExitCode::kInputOutput, fmt::format("cannot make {}: {}", what, std::strerror(why)));
+  };
+  if (stat(folder.c_str(), &status) != 0) return cannot(fmt::format("{}: folder {}", path, folder), errno);
+  if (!S_ISDIR(status.st_mode)) return cannot(fmt::format("{}: folder {}", path, folder), ENOTDIR);
+  if (error != ENOENT) return cannot(path, error);
+  if (access(folder.c_str(), W_OK | X_OK) != 0) return cannot(fmt::format("{}: folder {}", path, folder), errno);
+  const std::string other = FileInTheWay(path, false);
+  if (!other.empty()) {
+    return {ExitCode::kInputOutput,
+            fmt::format("cannot make {}: {} is in the way and cannot be taken away", path, other)};
   }
   return {ExitCode::kInputOutput, fmt::format("cannot make {}: the disk refused, or there is no room", path)};
 }
