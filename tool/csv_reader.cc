@@ -23,6 +23,11 @@ namespace xkrdb {
 namespace {
 
 constexpr size_t kMostRowsKept = MDB_MAX_RECORDS + 1;  // one more than fits: enough to say that it is too many
+// What no file of values has that fits a database, and what a device or a picture named by mistake soon has. Whoever reads
+// on would run out of memory instead of saying what is wrong.
+constexpr size_t kMostRowBytes = 2 << 20;  // twice the largest record, each character written as two
+constexpr size_t kMostLines = 100'000;
+constexpr size_t kMostProblems = 10'000;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
 // A file that is read, closed at the end unless it is standard input.
@@ -72,6 +77,10 @@ class Reader {
   CsvTable Finish();
   size_t row_count() const { return table_.row_count; }
 
+  // Throws when the row being read, with so many bytes of its next line, or the file is too long. False when there are
+  // so many problems that more would not help, or none could be found without a header.
+  bool GoOn(const std::string& file, size_t next_line_bytes);
+
  private:
   void Start();
   void Field(std::string_view bytes);
@@ -92,6 +101,7 @@ class Reader {
   CsvRow row_;
   std::vector<std::string> row_problems_;
   size_t line_ = 0;             // the line being fed
+  size_t row_bytes_ = 0;        // of the row so far
   size_t field_line_ = 0;       // where the field being read begins
   bool row_open_ = false;       // the last line ended inside a row
   bool header_broken_ = false;  // without the header no row can be judged
@@ -148,7 +158,11 @@ void Reader::TakeRow() {
 void Reader::Line(std::string_view text) {
   ++line_;
   if (header_broken_) return;
-  if (!row_open_) row_.line = field_line_ = line_;
+  if (!row_open_) {
+    row_.line = field_line_ = line_;
+    row_bytes_ = 0;
+  }
+  row_bytes_ += text.size();
   const bool blank = !row_open_ && text.find_first_not_of("\r\n") == std::string_view::npos;
   if (blank) {
     ++table_.blank_lines;
@@ -170,6 +184,25 @@ void Reader::Line(std::string_view text) {
   row_.values.clear();
   row_problems_.clear();
   row_open_ = false;
+}
+
+bool Reader::GoOn(const std::string& file, size_t next_line_bytes) {
+  const size_t row_bytes = next_line_bytes + (row_open_ ? row_bytes_ : 0);
+  if (row_bytes > kMostRowBytes) {
+    throw ToolError(
+        ExitCode::kBadInput,
+        fmt::format("{}:{}: a row of more than {} bytes begins here; perhaps a quote in it is never closed, "
+                    "or this is no CSV file",
+                    file, row_open_ ? row_.line : line_ + 1, kMostRowBytes));
+  }
+  if (line_ > kMostLines) {
+    throw ToolError(ExitCode::kBadInput, fmt::format("{} has more than {} lines; a database holds at most {} records",
+                                                     file, kMostLines, +MDB_MAX_RECORDS));
+  }
+  if (header_broken_) return false;
+  if (table_.problems.size() < kMostProblems) return true;
+  Problem(line_, fmt::format("the file was not read beyond this line: there were {} problems", table_.problems.size()));
+  return false;
 }
 
 CsvTable Reader::Finish() {
@@ -201,6 +234,8 @@ class LineFeeder {
     pending_.erase(0, start);
     searched_ = pending_.empty() ? 0 : pending_.size() - 1;
   }
+
+  size_t pending_bytes() const { return pending_.size(); }
 
   void Finish() {
     Begin();
@@ -235,6 +270,7 @@ CsvTable ReadCsv(const std::string& path, const CsvReadOptions& options) {
   std::vector<char> block(1 << 16);
   for (size_t size; (size = file.Read(block.data(), block.size())) > 0;) {
     feeder.Add({block.data(), size});
+    if (!reader.GoOn(CsvName(path), feeder.pending_bytes())) return reader.Finish();
     progress.Update(reader.row_count());
   }
   feeder.Finish();
