@@ -223,5 +223,35 @@ TEST_F(ChangingPlace, ASecondNameIsNoWayIntoADatabaseOfAnotherProcess) {
   EXPECT_EQ(Records(u"second.xdb"), (Texts{u"one", u"two", u"three"}));
 }
 
+// The system gives up a process's locks on a file as soon as that process closes any descriptor of it.
+TEST_F(ChangingPlace, NothingThatIsDoneBesideAnOpenDatabaseGivesUpItsLock) {
+  fs::create_hard_link("folder/book.xdb", "second.xdb");
+  fs::create_symlink("folder/book.xdb", "link.xdb");
+  OpenAndStore();
+  const struct {
+    const char* why;
+    std::function<DWORD()> call;
+    DWORD error;
+  } kCalls[] = {
+      {"opening it again", [this] { return Open(u"folder/book.xdb"); }, kDone},
+      {"by its second name", [this] { return Open(u"second.xdb"); }, kDone},
+      {"through a link", [this] { return Open(u"link.xdb"); }, ERROR_FILE_CORRUPT},
+      {"making it", [this] { return Create(u"folder/book.xdb"); }, ERROR_ALREADY_EXISTS},
+      {"making it by its second name", [this] { return Create(u"second.xdb"); }, ERROR_ALREADY_EXISTS},
+      {"deleting it", [this] { return Delete(u"folder/book.xdb"); }, ERROR_SHARING_VIOLATION},
+      {"deleting its second name", [this] { return Delete(u"second.xdb"); }, ERROR_SHARING_VIOLATION},
+      {"deleting a link to it", [this] { return Delete(u"link.xdb"); }, kDone},
+      {"finding it", [] { return Find(u"folder/*.xdb"); }, kDone},
+      {"storing into it", [this] { return Add(u"more") == MDbStatusOk ? kDone : GetLastError(); }, kDone},
+  };
+  for (const auto& row : kCalls) {
+    SCOPED_TRACE(row.why);
+    EXPECT_EQ(row.call(), row.error);
+    RunInChildThatDies([] { EXPECT_TRUE(IsLocked("second.xdb")); });  // its descriptors are no business of ours
+  }
+  EXPECT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+  EXPECT_FALSE(IsLocked("second.xdb"));
+}
+
 }  // namespace
 }  // namespace places

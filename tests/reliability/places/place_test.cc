@@ -16,7 +16,7 @@ namespace places {
 namespace fs = std::filesystem;
 
 PlaceTest::PlaceTest() : descriptors_before_(OpenDescriptors()), working_folder_before_(fs::current_path()) {
-  alarm(120);
+  alarm(280);
   fs::current_path(folder_.path());
   MakeDatabase(u"sound.xdb", {u"one", u"two"});
 }
