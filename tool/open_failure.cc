@@ -67,7 +67,7 @@ std::optional<pid_t> LockHolder(const std::string& path) {
 std::string FileInTheWay(const std::string& path, bool exists) {
   for (const std::string_view suffix : {"-journal", "-wal", "-shm"}) {
     struct stat status {};
-    const std::string name = path + std::string(suffix);
+    std::string name = path + std::string(suffix);
     if (lstat(name.c_str(), &status) != 0) continue;
     const bool is_journal = suffix == "-journal" || (suffix == "-wal" && !S_ISREG(status.st_mode));
     const bool is_removable = !S_ISDIR(status.st_mode) && (status.st_uid == geteuid() || geteuid() == 0);
