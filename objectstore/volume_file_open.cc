@@ -69,7 +69,9 @@ bool LogHoldsVolumeHeader(int file) {
   uint8_t frame[kFrameHeaderBytes + kHeaderBytes];
   for (off_t offset = kLogHeaderBytes; ReadAt(file, offset, frame, sizeof frame); offset += kFrameBytes) {
     if (std::memcmp(frame + 8, log + 16, 8) != 0) return false;  // the salts of an older log
-    if (BigEndian32(frame) == 1 && IsVolumeHeader(frame + kFrameHeaderBytes)) return true;
+    const uint32_t page = BigEndian32(frame);
+    if (page == 0) return false;  // room, which may be terabytes that no disk holds
+    if (page == 1 && IsVolumeHeader(frame + kFrameHeaderBytes)) return true;
   }
   return false;
 }
