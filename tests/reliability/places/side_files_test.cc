@@ -144,6 +144,18 @@ TEST_F(SideFiles, AHugeLogOfNothingIsNotReadThrough) {
   EXPECT_EQ(Names(), std::vector<std::string>{"sound.xdb"});
 }
 
+TEST_F(SideFiles, AHugeLogOfNothingIsNotReadThroughForAFirstPageEither) {
+  WriteBytes(File("lost.xdb"), std::string(20480, 'x'));
+  std::string log(32, '\0');  // the salts are those of the frames: none
+  log.replace(0, 4, "\x37\x7F\x06\x82");
+  log.replace(8, 4, std::string("\0\0\x10\0", 4));
+  WriteBytes(File("lost.xdb-wal"), log);
+  ASSERT_EQ(truncate("lost.xdb-wal", off_t{1} << 40), 0) << "no sparse files here";
+  const Lines before = SnapshotOfFolder(folder_.path(), OwnTime::kTaken);
+  EXPECT_EQ(Open(u"lost.xdb"), kCorrupt);
+  EXPECT_EQ(SnapshotOfFolder(folder_.path(), OwnTime::kTaken), before);
+}
+
 // The log of another database is sound by itself. What it makes of the file is looked at before anything is written, and
 // then nothing is: without the log the database is as it was.
 TEST_F(SideFiles, TheLogOfAnotherDatabaseChangesNothing) {
