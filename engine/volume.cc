@@ -52,11 +52,14 @@ MDbStatus MDbOpen(MDbEnv* env, const MDbChar* path, MDbRef* ref) {
   return IsOurs(header) ? MDbStatusOk : MDbStatusBadFormat;
 }
 
+// A closed reference names the system's own store again: the flush after a write through another reference goes to the
+// environment's volume, and would fail on one that is not mounted any more.
 MDbStatus MDbClose(MDbEnv*, MDbRef* ref) {
   if (ref->opened == 0) return MDbStatusFailed;
   (void)CatalogClose(ref);  // an open handle does not keep a volume mounted
   if (!CeUnmountDBVol(&ref->volume)) return MDbStatusFailed;
   CatalogReset(&ref->catalog);  // a handle that did not close went with the volume, and must not bar the next open
+  ref->volume = {};
   ref->opened = 0;
   return MDbStatusOk;
 }
