@@ -16,21 +16,25 @@ const std::vector<uint8_t> kTypes = {MDbFieldText, MDbFieldNumber, MDbFieldDate,
 
 }  // namespace
 
-CallStream::CallStream(std::u16string path, uint32_t seed)
-    : path_(std::move(path)), random_(seed), database_(kTypes), model_(database_) {
-  MDbEnvInitialize(&env_);
+CallStream::CallStream(std::u16string path, uint32_t seed, MDbEnv* shared)
+    : path_(std::move(path)),
+      random_(seed),
+      env_(shared != nullptr ? *shared : own_env_),
+      database_(kTypes),
+      model_(database_) {
   MDbRecsetInitialize(&recset_);
-  EXPECT_EQ(MDbStatusOk, MDbInit(&env_, nullptr, 0));
+  if (shared == nullptr) {
+    MDbEnvInitialize(&env_);
+    EXPECT_EQ(MDbStatusOk, MDbInit(&env_, nullptr, 0));
+  }
   CreateDatabase();
   Open();
 }
 
 CallStream::~CallStream() {
-  // A failed sort leaves what it kept in a record set that is not valid; making it valid hands it to the destroy.
-  if (!recset_.valid) (void)MDbAgentQuery(&env_, &recset_, nullptr);
   (void)MDbRecsetDestroy(&env_, &recset_);
   Close();
-  (void)MDbShutdown(&env_, 0, 0);
+  if (&env_ == &own_env_) (void)MDbShutdown(&env_, 0, 0);
 }
 
 void CallStream::CreateDatabase() {

@@ -14,9 +14,12 @@ namespace plain {
 
 class CallStream {
  public:
-  // A database at path is made anew.
-  CallStream(std::u16string path, uint32_t seed);
+  // A database at path is made anew. shared is an environment that is initialised already and outlives the stream;
+  // without one the stream has its own.
+  CallStream(std::u16string path, uint32_t seed, MDbEnv* shared = nullptr);
   ~CallStream();
+  CallStream(const CallStream&) = delete;
+  CallStream& operator=(const CallStream&) = delete;
 
   // Makes so many calls; stops at the first difference, which fails the test that runs.
   void Run(int steps);
@@ -64,7 +67,8 @@ class CallStream {
 
   std::u16string path_;
   std::mt19937 random_;
-  MDbEnv env_;
+  MDbEnv own_env_;
+  MDbEnv& env_;
   MDbRecset recset_;
   Database database_;
   RecordSet model_;

@@ -122,6 +122,7 @@ uint32_t RecordSet::Sort(int16_t field, uint32_t mode) {
 }
 
 void RecordSet::Destroy() {
+  kept_.clear();  // also what a failed sort left to a record set that is not valid
   if (!valid_) return;
   valid_ = false;
   has_view_ = false;
@@ -130,7 +131,6 @@ void RecordSet::Destroy() {
   sort_field_ = -1;
   ascending_ = true;
   view_.clear();
-  kept_.clear();
 }
 
 std::vector<uint32_t> RecordSet::Contents() const {

@@ -408,6 +408,19 @@ TEST_F(SortSet, AFailedSortPastTheCheckKeepsOnlyTheFilterTheDirtyFlagAndTheKeptR
   ExpectSortDef(0xFFFF, 1);
 }
 
+TEST_F(SortSet, WhatAFailedSortKeptIsForgottenWhenTheInvalidRecordSetIsDestroyed) {
+  AddRecord(u"oak", u"1");
+  ASSERT_EQ(MDbStatusOk, Query(kName, MDbQueryByWords, u"oak"));
+  uint16_t index = 0;
+  ASSERT_EQ(MDbStatusOk, MDbRecsetNewRec(&env, &recset, &index));
+  ASSERT_EQ(MDbStatusFailed, Sort(2)) << "a field index equal to the count";
+  ASSERT_EQ(1, recset.keepCount);
+  EXPECT_EQ(MDbStatusOk, Destroy());
+  EXPECT_EQ(nullptr, recset.keepList);
+  ASSERT_EQ(MDbStatusOk, Query(kName, MDbQueryByWords, u"oak"));
+  EXPECT_EQ((Texts{u"oak"}), Contents(kName));
+}
+
 TEST_F(SortSet, AFailedDestroyEndsTheSortBeforeAnyKeyIsWritten) {
   AddRecord(u"oak", u"1");
   ASSERT_EQ(MDbStatusOk, Query(kName, MDbQueryByWords, u"oak"));
