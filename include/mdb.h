@@ -335,7 +335,8 @@ MDB_API MDbStatus MDbDataTblCloseRec(MDbEnv* env, MDbRef* ref, MDbDataTbl* table
 
 /* ---- deletion log --------------------------------------------------------------------------------------------- */
 
-/* The number of logged deletions, 0 to 65535.  1 not open */
+/* The number of logged deletions, 0 to 65535.  1 not open
+ * With 65535 entries the log is full: a deletion that would be logged answers 1 and the record stays in the table. */
 MDB_API MDbStatus MDbDeleteTblGetRecCount(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, uint32_t* count);
 /* Opens a logged record by its identifier, or at position when oid is null. All reads of records work on it.
  * A position has 16 bits with a sign: entries from the 32769th on can be opened by their identifiers only.
