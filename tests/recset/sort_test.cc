@@ -413,7 +413,7 @@ TEST_F(SortSet, WhatAFailedSortKeptIsForgottenWhenTheInvalidRecordSetIsDestroyed
   ASSERT_EQ(MDbStatusOk, Query(kName, MDbQueryByWords, u"oak"));
   uint16_t index = 0;
   ASSERT_EQ(MDbStatusOk, MDbRecsetNewRec(&env, &recset, &index));
-  ASSERT_EQ(MDbStatusFailed, Sort(2)) << "a field index equal to the count";
+  ASSERT_EQ(MDbStatusFailed, Sort(kCount)) << "a field index equal to the count";
   ASSERT_EQ(1, recset.keepCount);
   EXPECT_EQ(MDbStatusOk, Destroy());
   EXPECT_EQ(nullptr, recset.keepList);
