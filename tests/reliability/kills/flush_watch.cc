@@ -10,7 +10,7 @@ bool IsSystemStore(const CEGUID& guid) { return (guid.Data1 | guid.Data2 | guid.
 
 }  // namespace
 
-FlushWatch::FlushWatch(std::function<void(DurableState)> note) : note_(std::move(note)) { g_watch = this; }
+FlushWatch::FlushWatch(Note note) : note_(std::move(note)) { g_watch = this; }
 FlushWatch::~FlushWatch() { g_watch = nullptr; }
 
 }  // namespace kills
@@ -28,23 +28,21 @@ BOOL __wrap_CeMountDBVol(CEGUID* guid, const WCHAR* path, DWORD disposition);
 BOOL __wrap_CeFlushDBVol(const CEGUID* guid) {
   const BOOL flushed = __real_CeFlushDBVol(guid);
   if (flushed && kills::g_watch != nullptr && !kills::IsSystemStore(*guid)) {
-    kills::g_watch->Note(kills::StateOfVolume(*guid));
+    kills::g_watch->Durable(*guid);
   }
   return flushed;
 }
 
+// Read before: afterwards there is nothing to read from. A script never fails to unmount, or the campaign ends.
 BOOL __wrap_CeUnmountDBVol(const CEGUID* guid) {
-  if (kills::g_watch == nullptr) return __real_CeUnmountDBVol(guid);
-  kills::DurableState state = kills::StateOfVolume(*guid);
-  const BOOL unmounted = __real_CeUnmountDBVol(guid);
-  if (unmounted) kills::g_watch->Note(std::move(state));
-  return unmounted;
+  if (kills::g_watch != nullptr) kills::g_watch->Durable(*guid);
+  return __real_CeUnmountDBVol(guid);
 }
 
 BOOL __wrap_CeMountDBVol(CEGUID* guid, const WCHAR* path, DWORD disposition) {
   const BOOL mounted = __real_CeMountDBVol(guid, path, disposition);
   if (mounted && disposition == CREATE_NEW && kills::g_watch != nullptr) {
-    kills::g_watch->Note(kills::StateOfVolume(*guid));
+    kills::g_watch->Durable(*guid);
   }
   return mounted;
 }

@@ -12,16 +12,19 @@ namespace kills {
 
 class FlushWatch {
  public:
-  // Called with each state, from inside the call that made it durable.
-  explicit FlushWatch(std::function<void(DurableState)> note);
+  // Called for each state, from inside the call that makes it durable; what it is given reads the state.
+  using Note = std::function<void(const std::function<DurableState()>& read)>;
+  explicit FlushWatch(Note note);
   ~FlushWatch();
   FlushWatch(const FlushWatch&) = delete;
   FlushWatch& operator=(const FlushWatch&) = delete;
 
-  void Note(DurableState state) { note_(std::move(state)); }
+  void Durable(const CEGUID& volume) {
+    note_([&volume] { return StateOfVolume(volume); });
+  }
 
  private:
-  std::function<void(DurableState)> note_;
+  Note note_;
 };
 
 }  // namespace kills

@@ -11,10 +11,16 @@ struct LastCallReturned {};
 
 class Follower : public CallObserver {
  public:
-  Follower(Reference& reference, const plain::Database& model, int64_t last_call)
-      : reference_(reference), model_(model), last_call_(last_call) {}
+  Follower(Reference& reference, const plain::Database& model, int64_t first_watched, int64_t last_call)
+      : reference_(reference), model_(model), first_watched_(first_watched), last_call_(last_call) {}
 
-  void Note(DurableState state) { reference_.moments.push_back({call_, std::move(state), nullptr}); }
+  void Note(const std::function<DurableState()>& read) {
+    if (call_ < first_watched_) {
+      reference_.skipped = true;
+      return;
+    }
+    reference_.moments.push_back({call_, read(), nullptr});
+  }
   void Begins(uint32_t call, const char* name) override {
     call_ = call;
     reference_.names.push_back(name);
@@ -28,21 +34,23 @@ class Follower : public CallObserver {
  private:
   Reference& reference_;
   const plain::Database& model_;
+  int64_t first_watched_;
   int64_t last_call_;
   int64_t call_ = -1;
 };
 
 }  // namespace
 
-Reference RunReference(const std::u16string& path, const WriterTask& task, const Moment& start, int64_t last_call) {
+Reference RunReference(const std::u16string& path, const WriterTask& task, const Moment& start, int64_t first_watched,
+                       int64_t last_call) {
   Reference reference;
   reference.moments.push_back(start);
   reference.moments.back().call = -1;
   if (last_call < 0) return reference;
   plain::Database model = *start.model;
-  Follower follower(reference, model, last_call);
+  Follower follower(reference, model, first_watched, last_call);
   WriterScript script(path, task.seed, follower, &model);
-  const FlushWatch watch([&follower](DurableState state) { follower.Note(std::move(state)); });
+  const FlushWatch watch([&follower](const std::function<DurableState()>& read) { follower.Note(read); });
   try {
     script.Run(task.make_file);
   } catch (const LastCallReturned&) {

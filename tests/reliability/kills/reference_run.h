@@ -22,11 +22,14 @@ struct Moment {
 
 struct Reference {
   std::vector<Moment> moments;     // the start first
+  bool skipped = false;            // a call before the first watched one made something durable, which is not here
   std::vector<const char*> names;  // of the calls
 };
 
-// Makes the calls 0 to last_call; start is what the file at path holds.
-Reference RunReference(const std::u16string& path, const WriterTask& task, const Moment& start, int64_t last_call);
+// Makes the calls 0 to last_call and reads what the calls from first_watched on make durable; start is what the file at
+// path holds. Reading a state takes longer than a call, so that it pays to watch the last calls alone.
+Reference RunReference(const std::u16string& path, const WriterTask& task, const Moment& start, int64_t first_watched,
+                       int64_t last_call);
 
 // Whether a database is complete, so that it must open, or still in the making.
 bool IsWhole(const DurableState& state);
