@@ -262,17 +262,8 @@ bool Parse(int argc, char** argv, Options& options) {
   return true;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  if (argc > 1 && std::strcmp(argv[1], kills::kWriterArgument) == 0) return kills::WriterMain(argc, argv);
-  Options options;
-  if (!Parse(argc, argv, options)) {
-    std::fprintf(stderr, "kill_campaign [--kills N | --seconds N] [--seed S] [--break-promises]\n");
-    return 2;
-  }
-  std::printf("kill_campaign: seed %u\n", options.seed);
-  std::fflush(stdout);
+// The program's exit code.
+int RunCampaign(const Options& options) {
   Campaign campaign(options);
   try {
     campaign.Run();
@@ -283,5 +274,24 @@ int main(int argc, char** argv) {
     std::printf("broken promise at kill %llu of seed %u: %s\n", static_cast<unsigned long long>(campaign.tally().kills),
                 options.seed, broken.what());
     return 1;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    if (argc > 1 && std::strcmp(argv[1], kills::kWriterArgument) == 0) return kills::WriterMain(argc, argv);
+    Options options;
+    if (!Parse(argc, argv, options)) {
+      std::fprintf(stderr, "kill_campaign [--kills N | --seconds N] [--seed S] [--break-promises]\n");
+      return 2;
+    }
+    std::printf("kill_campaign: seed %u\n", options.seed);
+    std::fflush(stdout);
+    return RunCampaign(options);
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "kill_campaign: %s\n", failure.what());
+    return 2;
   }
 }

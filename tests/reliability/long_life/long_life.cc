@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <list>
 
 #include "call_counter.h"
 #include "call_stream.h"
@@ -81,6 +82,7 @@ class LongLife {
   MDbEnv env_;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   std::vector<std::string> descriptors_;
+  std::list<std::string> lost_;
   uint64_t sessions_ = 0;
   size_t heap_ = 0;      // the highest of the first sessions
   size_t resident_ = 0;  // the same
@@ -112,10 +114,7 @@ void LongLife::Session(SteadyFile& steady) {
   Work(seed);
   if (!::testing::Test::HasFailure()) longlife::ScratchFile(env_, folder_ / u"scratch.xdb", seed).Live();
   if (!::testing::Test::HasFailure()) steady.Visit();
-  if (options_.leak > 0) {
-    volatile char* lost = static_cast<volatile char*>(std::malloc(options_.leak));
-    if (lost != nullptr) lost[0] = 1;
-  }
+  if (options_.leak > 0) lost_.emplace_back(options_.leak, 'x');
   ++sessions_;
   WatchResources(steady);
 }
@@ -186,10 +185,15 @@ Options Parse(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  ::testing::InitGoogleTest(&argc, argv);
-  const Options options = Parse(argc, argv);
-  std::printf("long_life: seed %u\n", options.seed);
-  std::fflush(stdout);
-  LongLife(options).Run();
-  return ::testing::Test::HasFailure() ? 1 : 0;
+  try {
+    ::testing::InitGoogleTest(&argc, argv);
+    const Options options = Parse(argc, argv);
+    std::printf("long_life: seed %u\n", options.seed);
+    std::fflush(stdout);
+    LongLife(options).Run();
+    return ::testing::Test::HasFailure() ? 1 : 0;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "long_life: %s\n", failure.what());
+    return 2;
+  }
 }
