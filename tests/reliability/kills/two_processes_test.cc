@@ -9,7 +9,7 @@
 #include <iterator>
 
 #include "child_process.h"
-#include "engine_fixture.h"
+#include "database_recipe.h"
 #include "temporary_directory.h"
 #include "tool_process.h"
 

@@ -5,7 +5,7 @@
 #include <array>
 
 #include "broken_promise.h"
-#include "engine_fixture.h"
+#include "database_recipe.h"
 
 namespace kills {
 namespace {

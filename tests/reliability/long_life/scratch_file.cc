@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "engine_fixture.h"
+#include "database_recipe.h"
 
 namespace longlife {
 namespace {
