@@ -45,5 +45,8 @@ MDbStatus MDbAgentCloseDb(MDbEnv* env) {
   if (MDbSchemaTblIsOpened(env, ref, &env->schemaTbl)) note(MDbSchemaTblClose(env, ref, &env->schemaTbl));
   if (MDbValListTblIsOpened(env, ref, &env->valListTbl)) note(MDbValListTblClose(env, ref, &env->valListTbl));
   if (MDbIsOpened(env, ref)) note(MDbClose(env, ref));
+  // A data table that did not close went with its volume, and must not bar the next open. Pinned by
+  // Agent.ADataTableThatDidNotCloseIsGoneWithItsVolume.
+  if (!MDbIsOpened(env, ref) && env->dataTbl.opened != 0) MDbDataTblInitialize(&env->dataTbl);
   return first_failure;
 }

@@ -191,7 +191,21 @@ TEST_F(Agent, TheFirstFailureOfACloseIsReturnedAndTheLaterClosesStillRun) {
   EXPECT_EQ(env.fieldOpTbl.opened, 0);
   EXPECT_EQ(env.attrTbl.opened, 0);
   EXPECT_EQ(env.valListTbl.opened, 0);
-  MDbDataTblInitialize(&env.dataTbl);  // its handles went with the volume
+}
+
+TEST_F(Agent, ADataTableThatDidNotCloseIsGoneWithItsVolume) {
+  CreateDatabase(TwoFields());
+  for (const size_t handle : {0u, 1u}) {  // the live records' and the log's
+    OpenDatabase();
+    {
+      seam::PlatformSeam seam;
+      seam.Fail("CloseHandle", handle);
+      EXPECT_EQ(MDbAgentCloseDb(&env), MDbStatusFailed);
+    }
+    EXPECT_EQ(env.dataTbl.opened, 0u) << "handle " << handle;
+    EXPECT_EQ(MDbAgentCloseDb(&env), MDbStatusOk) << "handle " << handle;
+    ExpectClosed();
+  }
 }
 
 TEST_F(Agent, AFailedUnmountIsReturnedAndLeavesTheReferenceOpen) {
