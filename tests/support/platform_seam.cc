@@ -28,6 +28,7 @@ struct State {
   std::vector<Call> calls;
   std::map<CEOID, size_t> oid_numbers;
   std::vector<Rule> rules;
+  std::map<std::string, Answer, std::less<>> unusual;    // failures other than the usual ones
   std::map<std::string, size_t, std::less<>> made;       // calls per name since arming
   std::map<std::string, size_t, std::less<>> succeeded;  // those that the platform answered and that did not fail
   size_t fallible = 0;
@@ -85,6 +86,11 @@ bool IsFailure(std::string_view name, uint64_t result) {
   if (name.starts_with("FW")) return result != 0;
   if (name == "CeOpenDatabaseEx" && result == 0) return true;
   return CanFail(name) && result == UsualFailure(name).result;
+}
+
+Answer FailureOf(std::string_view name) {
+  const auto unusual = Now().unusual.find(name);
+  return unusual == Now().unusual.end() ? UsualFailure(name) : unusual->second;
 }
 
 size_t OidNumber(CEOID oid) {
@@ -151,7 +157,7 @@ std::optional<Answer> Admit(Call call) {
     state.calls.push_back(std::move(call));
     return std::nullopt;
   }
-  const Answer answer = rule->usual ? UsualFailure(call.name) : rule->answer;
+  const Answer answer = rule->usual ? FailureOf(call.name) : rule->answer;
   call.injected = true;
   call.result = answer.result;
   call.failed = IsFailure(call.name, answer.result);
@@ -258,6 +264,10 @@ void PlatformSeam::FailAnyFrom(size_t n) {
   rule.usual = true;
   rule.and_later = true;
   Arm(std::move(rule));
+}
+
+void PlatformSeam::FailAs(std::string_view name, Answer answer) {
+  Now().unusual.insert_or_assign(std::string(name), answer);
 }
 
 void PlatformSeam::Replace(std::string_view name, size_t n, Answer answer) {

@@ -83,6 +83,7 @@ class PlatformSeam {
   void Fail(std::string_view name, size_t n, DWORD error);
   void FailAny(size_t n);
   void FailAnyFrom(size_t n);                                    // that one and every later one
+  void FailAs(std::string_view name, Answer answer);             // what the "any" forms answer in place of the usual
   void Replace(std::string_view name, size_t n, Answer answer);  // any name, any result; the platform is not asked
   // Lets the n-th successful call of a name through and then changes what it put out: the CEGUID of a mount, the CEOID
   // of an open, the CEOIDINFO, the first CEPROPVAL of a read, the WIN32_FIND_DATAW, the SYSTEMTIME.

@@ -1,0 +1,17 @@
+// After a run: everything closes, and the environment opens the file again and works with it.
+#pragma once
+
+#include "call_world.h"
+
+namespace callfaults {
+
+// Closes whatever the run left open, as a client would. stays_mounted: a failed creation left its volume mounted, which
+// is undone here past the engine. Nothing of the engine may be open afterwards.
+void CloseEverything(World& world, bool stays_mounted);
+
+// Opens the file with the same environment: the status is the one that what the store holds asks for. If it opens, a
+// full read through the engine gives what the store holds, a query finds, with writing a record can be added, and it
+// closes again.
+void ExpectFileWorks(World& world, bool writing);
+
+}  // namespace callfaults
