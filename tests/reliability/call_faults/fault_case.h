@@ -86,6 +86,13 @@ Rules operator+(Rules left, const Rules& right);
 // The reads of stored text and blobs: no memory and a failed second read go unnoticed.
 Rules LenientReads();
 
+// The tables inside the catalogue, whatever they hold: counting so many objects, creating three, a creation that is
+// refused while the first object exists, deleting all.
+Rules CountingRules(int objects);
+Rules CreatingRules();
+Rules RefusedCreationRules();
+Rules DeletingRules();
+
 // What a comparison of files leaves out.
 enum class Ignored {
   kNothing,

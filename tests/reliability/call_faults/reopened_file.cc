@@ -243,8 +243,7 @@ void CloseEverything(World& world, bool stays_mounted) {
   ExpectNothingOpen(world);
 }
 
-void ExpectFileWorks(World& world, bool writing) {
-  const Lines volume = world.Volume();
+void ExpectFileWorks(World& world, const Lines& volume, bool writing) {
   const uint32_t expected = OpenStatus(volume);
   EXPECT_EQ(MDbAgentOpenDb(&world.env, world.path.c_str()), expected);
   if (expected == MDbStatusOk) {

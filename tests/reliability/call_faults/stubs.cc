@@ -1,8 +1,5 @@
 #include "fault_case.h"
 namespace callfaults {
-Cases SchemaCases() { return {}; }
-Cases OptionCases() { return {}; }
-Cases AttributeAndListCases() { return {}; }
 Cases DataTableCases() { return {}; }
 Cases CreationCases() { return {}; }
 Cases RecordCases() { return {}; }
