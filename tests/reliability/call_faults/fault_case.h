@@ -93,6 +93,11 @@ Rules CreatingRules();
 Rules RefusedCreationRules();
 Rules DeletingRules();
 
+// Adding a record, its number kept in the table's handle or stored; and loading an open record of a schema of so many
+// fields to look at one, where record is what the description calls it.
+Rules CreationRules(bool caching);
+Rules LoadingRules(const std::string& record, int fields, int16_t wanted);
+
 // What a comparison of files leaves out.
 enum class Ignored {
   kNothing,

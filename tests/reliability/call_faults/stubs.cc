@@ -1,8 +1,5 @@
 #include "fault_case.h"
 namespace callfaults {
-Cases DataTableCases() { return {}; }
-Cases CreationCases() { return {}; }
-Cases RecordCases() { return {}; }
 Cases QueryCases() { return {}; }
 Cases SortCases() { return {}; }
 Cases SetCases() { return {}; }
