@@ -22,10 +22,12 @@ namespace callfaults {
 enum class Held {
   kBefore,
   kAfter,
-  kBetween,     // of the file: each object as before or as after, none lost that both have
-  kBeside,      // of the file: what a write added stands beside what it should have replaced
-  kPartRecord,  // of the file: as before, and one record that is the beginning of one that was to be added
-  kAnything,    // of the file: whole and readable, but its contents are no one's promise
+  kBetween,      // of the file: each object as before or as after, none lost that both have
+  kBeside,       // of the file: what a write added stands beside what it should have replaced
+  kPartRecord,   // of the file: as before, and one record that is the beginning of one that was to be added
+  kOneByOne,     // of the file: as kBetween, with any value of the log's counter
+  kNoLiveTable,  // of the file: as before, but for the live records and their database
+  kAnything,     // of the file: whole and readable, but its contents are no one's promise
 };
 
 enum class Again {
@@ -97,6 +99,15 @@ Rules DeletingRules();
 // fields to look at one, where record is what the description calls it.
 Rules CreationRules(bool caching);
 Rules LoadingRules(const std::string& record, int fields, int16_t wanted);
+
+// Record sets: valid without a view; a view of the records with the word oak; the same with its first record open;
+// sorted by name; with a record that is kept in view though it does not match. The cursor is 0.
+void Direct(World& world);
+void DirectRecordOpen(World& world);
+void Filtered(World& world);
+void FilteredRecordOpen(World& world);
+void Sorted(World& world);
+void FilteredAndKept(World& world);
 
 // What a comparison of files leaves out.
 enum class Ignored {

@@ -52,7 +52,6 @@ uint32_t RecsetWriteEx(World& world, int16_t index) {
   return MDbRecsetSetFldOptionEx(&world.env, &world.recset, index, &kOptionEx);
 }
 
-void Direct(World& world) { Query(world, nullptr); }
 void DirectAndRead(World& world) {
   Query(world, nullptr);
   ReadEveryOption(world);

@@ -28,7 +28,6 @@ void WithLeftover(World& world) {
   seam.Fail("CeDeleteDatabaseEx");
   ASSERT_EQ(MDbRecsetDestroy(&world.env, &world.recset), MDbStatusFailed);
 }
-void Filtered(World& world) { Query(world, &kOaks); }
 
 // The criteria are kept whatever fails; what was found so far stays in the view, which belongs to the record set and is
 // in the way of another query until the database is closed.
