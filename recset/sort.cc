@@ -131,7 +131,13 @@ MDbStatus MDbRecsetSort(MDbEnv* env, MDbRecset* recset, int16_t field, uint32_t 
   MDB_TRY(DestroyForRebuild(env, recset, range_status));
   MDB_TRY(OrderDataTable(env, field, ascending));
   MDB_TRY(BuildView(env, recset, flag_filter, recset->hasQuery != 0 ? &recset->query : nullptr));
-  MDB_TRY(SortDataTableByCreation(env, &env->agentRef, &env->dataTbl));
+  // The view is whole by now, but the table that it shows is not: the record set goes as after any other failure. Pinned
+  // by SortSet.ATableThatDoesNotGoBackLeavesTheRecordSetDestroyed.
+  const MDbStatus back_status = SortDataTableByCreation(env, &env->agentRef, &env->dataTbl);
+  if (back_status != MDbStatusOk) {
+    (void)DestroyForRebuild(env, recset, MDbStatusOk);
+    return back_status;
+  }
   recset->sortField = field;
   recset->ascending = ascending;
   return MDbStatusOk;

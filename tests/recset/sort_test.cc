@@ -421,6 +421,27 @@ TEST_F(SortSet, WhatAFailedSortKeptIsForgottenWhenTheInvalidRecordSetIsDestroyed
   EXPECT_EQ((Texts{u"oak"}), Contents(kName));
 }
 
+TEST_F(SortSet, ATableThatDoesNotGoBackLeavesTheRecordSetDestroyed) {
+  AddRecord(u"oak", u"1");
+  ASSERT_EQ(MDbStatusOk, Query(kName, MDbQueryByWords, u"oak"));
+  uint16_t index = 0;
+  ASSERT_EQ(MDbStatusOk, MDbRecsetNewRec(&env, &recset, &index));
+  {
+    seam::PlatformSeam seam;
+    seam.Fail("CeOpenDatabaseEx", 4);  // a look at the old view, the table in the field's order (two), the new view
+    EXPECT_EQ(MDbStatusFailed, Sort(kName));
+    EXPECT_EQ(2u, seam.CountOf("CeSetDatabaseInfoEx")) << "it fails on its way back";
+    EXPECT_EQ(2u, seam.CountOf("CeDeleteDatabaseEx")) << "the new view goes as the old one did";
+  }
+  EXPECT_EQ(0, recset.valid);
+  EXPECT_EQ(0, recset.hasView);
+  EXPECT_EQ(0, recset.view.open);
+  EXPECT_EQ(0, recset.filterField);
+  EXPECT_EQ(1, recset.dirty);
+  EXPECT_EQ(1, recset.keepCount);
+  ExpectSortDef(0xFFFF, 1);
+}
+
 TEST_F(SortSet, AFailedDestroyEndsTheSortBeforeAnyKeyIsWritten) {
   AddRecord(u"oak", u"1");
   ASSERT_EQ(MDbStatusOk, Query(kName, MDbQueryByWords, u"oak"));
