@@ -1,4 +1,0 @@
-#include "fault_case.h"
-namespace callfaults {
-Cases SortCases() { return {}; }
-}  // namespace callfaults
