@@ -3,6 +3,7 @@ option(XKRDB_WARNINGS_ARE_ERRORS "Stop at the first warning" OFF)
 option(XKRDB_SANITIZE "Address and undefined behaviour sanitizers" OFF)
 option(XKRDB_COVERAGE "Line coverage" OFF)
 option(XKRDB_TESTS "Build the tests" ON)
+option(XKRDB_FUZZ "Build the fuzzers with libFuzzer; needs clang" OFF)
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -33,6 +34,11 @@ if(XKRDB_SANITIZE)
   target_compile_options(xkrdb_build_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
                                                        -fno-omit-frame-pointer)
   target_link_options(xkrdb_build_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# Every object tells libFuzzer where it has been. Optimised, since executions are what a fuzzer lives on.
+if(XKRDB_FUZZ)
+  target_compile_options(xkrdb_build_options INTERFACE -fsanitize=fuzzer-no-link -O2 -gline-tables-only)
 endif()
 
 if(XKRDB_COVERAGE)

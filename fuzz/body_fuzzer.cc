@@ -1,0 +1,143 @@
+// The bodies of a volume's rows. Every input is decoded under a checksum that is right, so that the rules behind it
+// are reached, and once as it is.
+//
+// Input: which body, which key, then the fields behind the kind.
+#include <cstring>
+#include <vector>
+
+#include "database_body.h"
+#include "record_body.h"
+#include "requirement.h"
+
+namespace {
+
+using objectstore::BodyKind;
+using objectstore::BodyWriter;
+using objectstore::Status;
+using Bytes = std::vector<uint8_t>;
+
+Bytes Copy(std::span<const uint8_t> bytes) { return Bytes(bytes.begin(), bytes.end()); }
+
+constexpr int64_t kKeys[] = {1, 0x1000000011, 0x1000010013, -1, INT64_MIN, 0x100020012, INT64_MAX, 0};
+
+// A body of other bytes, decoded between two looks at the one in question: decoders use their memory again.
+const Bytes& OtherRecord() {
+  static const Bytes kBody = [] {
+    BodyWriter writer;
+    writer.Start(BodyKind::kRecord);
+    writer.Put64(3);
+    writer.Put32(2);
+    writer.Put32(0x1001F);
+    writer.Put32(3);
+    writer.PutText(u"abc", 3);
+    writer.Put32(0x20041);
+    writer.Put32(1);
+    writer.Put8(9);
+    return Copy(writer.Seal(5));
+  }();
+  return kBody;
+}
+
+void CheckRecord(const objectstore::Record& record, int64_t key) {
+  FUZZ_REQUIRE(record.oid() == objectstore::LowWord(key), "a record is called by its row");
+  FUZZ_REQUIRE(record.counted_bytes() <= CEDB_MAXRECORDSIZE, "a record is not larger than a record may be");
+  FUZZ_REQUIRE(objectstore::CountedBytes(record.properties()) == record.counted_bytes(), "its size is the sum");
+  for (const CEPROPVAL& value : record.properties()) {
+    CEPROPVAL measured;
+    FUZZ_REQUIRE(objectstore::Measure(value, measured) == Status::kOk, "what was stored may be stored");
+    FUZZ_REQUIRE(objectstore::SameValue(value, measured), "and is measured alike");
+    FUZZ_REQUIRE(record.Find(value.propid) != nullptr, "every property is found");
+  }
+}
+
+Status DecodeRecord(const Bytes& body, int64_t key, Bytes& again) {
+  static objectstore::RecordDecoder decoder;
+  objectstore::RecordRef record;
+  objectstore::RecordRef other;
+  uint64_t flush = 0;
+  uint64_t other_flush = 0;
+  const Status status = decoder.Decode(body, key, record, flush);
+  FUZZ_REQUIRE(decoder.Decode(OtherRecord(), 5, other, other_flush) == Status::kOk, "the next body is decoded");
+  FUZZ_REQUIRE(other_flush == 3 && other->properties().size() == 2, "as if nothing had been before");
+  if (status != Status::kOk) return status;
+  CheckRecord(*record, key);
+  BodyWriter writer;
+  again = Copy(objectstore::EncodeRecord(*record, key, flush, writer));
+  return status;
+}
+
+Status DecodeDatabase(const Bytes& body, int64_t key, Bytes& again) {
+  objectstore::DatabaseHead head;
+  const auto oid = static_cast<CEOID>(key);
+  const Status status = objectstore::DecodeDatabaseHead(body, oid, head);
+  if (status != Status::kOk) return status;
+  FUZZ_REQUIRE(head.description.name.IsUsable(), "a database has a name");
+  CEDBASEINFO info;
+  objectstore::FillInfo(head.description, info);
+  info.dwFlags |= CEDB_VALIDCREATE;
+  objectstore::Description description;
+  FUZZ_REQUIRE(objectstore::ApplyInfo(info, description) == Status::kOk, "what a client is told, a client may set");
+  BodyWriter writer;
+  again = Copy(objectstore::EncodeDatabaseHead(head, oid, writer));
+  return status;
+}
+
+Status DecodeVolume(const Bytes& body, Bytes& again) {
+  objectstore::VolumeHead head;
+  const Status status = objectstore::DecodeVolumeHead(body, head);
+  if (status != Status::kOk) return status;
+  FUZZ_REQUIRE(head.next_identifier != 0, "identifiers begin at 1");
+  BodyWriter writer;
+  again = Copy(objectstore::EncodeVolumeHead(head, writer));
+  return status;
+}
+
+Status DecodePacked(const Bytes& body, int64_t key, Bytes& again) {
+  objectstore::PackedColumn column;
+  const Status status = objectstore::DecodePacked(body, key, column);
+  if (status != Status::kOk) return status;
+  for (size_t i = 1; i < column.values.size(); ++i) {
+    FUZZ_REQUIRE(column.values[i - 1].first < column.values[i].first, "pairs are in order");
+  }
+  BodyWriter writer;
+  again = Copy(objectstore::EncodePacked(column, key, writer));
+  return status;
+}
+
+Status Decode(BodyKind kind, const Bytes& body, int64_t key, Bytes& again) {
+  switch (kind) {
+    case BodyKind::kRecord:
+      return DecodeRecord(body, key, again);
+    case BodyKind::kDatabase:
+      return DecodeDatabase(body, key, again);
+    case BodyKind::kVolume:
+      return DecodeVolume(body, again);
+    case BodyKind::kPacked:
+      return DecodePacked(body, key, again);
+  }
+  return Status::kInvalidParameter;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size < 2) return 0;
+  constexpr BodyKind kKinds[] = {BodyKind::kRecord, BodyKind::kDatabase, BodyKind::kVolume, BodyKind::kPacked};
+  const BodyKind kind = kKinds[data[0] % 4];
+  int64_t key = kKeys[data[1] % std::size(kKeys)];
+  if (kind == BodyKind::kDatabase) key &= 0xFFFFFFFF;
+  if (kind == BodyKind::kVolume) key = objectstore::kVolumeRowKey;
+  BodyWriter writer;
+  writer.Start(kind);
+  writer.PutBytes(data + 2, size - 2);
+  const Bytes body = Copy(writer.Seal(key));
+  Bytes again;
+  const Status status = Decode(kind, body, key, again);
+  FUZZ_REQUIRE(status == Status::kOk || status == Status::kCorrupt, "a body is decoded or corrupt");
+  FUZZ_REQUIRE(status != Status::kOk || again == body, "a decoded body is written as the same bytes");
+  if (status != Status::kOk) return 0;
+  Bytes damaged = body;
+  damaged[data[1] % damaged.size()] ^= 1;
+  FUZZ_REQUIRE(Decode(kind, damaged, key, again) == Status::kCorrupt, "under another checksum it is corrupt");
+  return 0;
+}
