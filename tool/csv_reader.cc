@@ -223,22 +223,14 @@ class LineFeeder {
     pending_ += bytes;
     if (!begun_ && pending_.size() < kUtf8Mark.size()) return;
     Begin();
-    size_t start = 0;
-    // The last byte is kept back: a CR may have its LF in the next block.
-    for (size_t end = pending_.find_first_of("\r\n", searched_); end != std::string::npos && end + 1 < pending_.size();
-         end = pending_.find_first_of("\r\n", start)) {
-      const size_t size = pending_[end] == '\r' && pending_[end + 1] == '\n' ? 2 : 1;
-      reader_.Line(std::string_view(pending_).substr(start, end + size - start));
-      start = end + size;
-    }
-    pending_.erase(0, start);
-    searched_ = pending_.empty() ? 0 : pending_.size() - 1;
+    FeedLines();
   }
 
   size_t pending_bytes() const { return pending_.size(); }
 
   void Finish() {
     Begin();
+    FeedLines();
     if (!pending_.empty()) reader_.Line(pending_);
   }
 
@@ -252,6 +244,19 @@ class LineFeeder {
     }
   }
 
+  // The last byte is kept back: a CR may have its LF in the next block.
+  void FeedLines() {
+    size_t start = 0;
+    for (size_t end = pending_.find_first_of("\r\n", searched_); end != std::string::npos && end + 1 < pending_.size();
+         end = pending_.find_first_of("\r\n", start)) {
+      const size_t size = pending_[end] == '\r' && pending_[end + 1] == '\n' ? 2 : 1;
+      reader_.Line(std::string_view(pending_).substr(start, end + size - start));
+      start = end + size;
+    }
+    pending_.erase(0, start);
+    searched_ = pending_.empty() ? 0 : pending_.size() - 1;
+  }
+
   Reader& reader_;
   std::string pending_;
   size_t searched_ = 0;
@@ -262,19 +267,26 @@ class LineFeeder {
 
 std::string CsvName(const std::string& path) { return path == "-" ? "standard input" : path; }
 
-CsvTable ReadCsv(const std::string& path, const CsvReadOptions& options) {
-  InputFile file(path);
+CsvTable ReadCsvBlocks(const std::string& name, const CsvBlocks& next_block, const CsvReadOptions& options) {
   Reader reader(options);
   LineFeeder feeder(reader);
-  Progress progress(fmt::format("reading {}, rows", SafeText(CsvName(path))), 0);
-  std::vector<char> block(1 << 16);
-  for (size_t size; (size = file.Read(block.data(), block.size())) > 0;) {
-    feeder.Add({block.data(), size});
-    if (!reader.GoOn(CsvName(path), feeder.pending_bytes())) return reader.Finish();
-    progress.Update(reader.row_count());
+  for (std::string_view block; !(block = next_block(reader.row_count())).empty();) {
+    feeder.Add(block);
+    if (!reader.GoOn(name, feeder.pending_bytes())) return reader.Finish();
   }
   feeder.Finish();
   return reader.Finish();
+}
+
+CsvTable ReadCsv(const std::string& path, const CsvReadOptions& options) {
+  InputFile file(path);
+  Progress progress(fmt::format("reading {}, rows", SafeText(CsvName(path))), 0);
+  std::vector<char> block(1 << 16);
+  const auto next_block = [&](size_t rows) {
+    progress.Update(rows);
+    return std::string_view(block.data(), file.Read(block.data(), block.size()));
+  };
+  return ReadCsvBlocks(CsvName(path), next_block, options);
 }
 
 }  // namespace xkrdb

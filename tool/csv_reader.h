@@ -5,7 +5,9 @@
 #define XKRDB_TOOL_CSV_READER_H
 
 #include <cstddef>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace xkrdb {
@@ -37,6 +39,12 @@ struct CsvReadOptions {
 // Reads a file, or standard input when path is "-". Throws ToolError when it cannot be read; what is wrong inside it is
 // in the table's problems, in the order of lines.
 CsvTable ReadCsv(const std::string& path, const CsvReadOptions& options);
+
+// The same from anywhere: next_block is told how many rows there were so far and gives the next bytes, which need to last
+// until it is asked again; nothing at the end. Where one block ends and the next begins makes a difference only to the
+// moment when a limit of the whole file is noticed. Failures call the file by the name.
+using CsvBlocks = std::function<std::string_view(size_t rows)>;
+CsvTable ReadCsvBlocks(const std::string& name, const CsvBlocks& next_block, const CsvReadOptions& options);
 
 // How messages name the file: "data.csv", or "standard input".
 std::string CsvName(const std::string& path);

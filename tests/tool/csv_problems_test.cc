@@ -39,6 +39,7 @@ TEST_P(BadFile, IsRefusedWholeForADatabaseThatExists) {
 const ProblemCase kProblems[] = {
     {"an empty file", "", "data.csv:1: the file is empty"},
     {"nothing but blank lines", "\n\n", "data.csv:1: the file is empty"},
+    {"a blank line first, in a file of two bytes", "\n\"", "data.csv:2: a quote is opened here and never closed\n"},
     {"a heading without rows", "a,b\n", "data.csv:1: there are no rows below the heading line"},
     {"a name that is there twice", "a,b,a\n1,2,3\n", "data.csv:1: column 3: the name \"a\" is there twice\n"},
     {"a name that is empty", "a,\n1,2\n", "data.csv:1: column 2 has no name\n"},
