@@ -16,6 +16,8 @@ namespace {
 
 constexpr size_t kLongestText = 40;
 constexpr size_t kDateUnits = 11;
+constexpr int kFirstYear = 1601;  // of the platform's clock
+constexpr int kLastYear = 30827;
 
 struct Case {
   DateFormat format;
@@ -154,7 +156,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   c.base_1900 = (switches & 8) != 0;
   c.four_digits = (switches & 16) != 0;
   c.format.separator = input.Word();
-  c.current_year = 1 + input.Word() % 3000;
+  c.current_year = kFirstYear + input.Word() % (kLastYear - kFirstYear + 1);
   fuzz::SetCurrentYear(c.current_year);
   const auto number = [&] { return static_cast<int16_t>(input.Word()); };
   DateRec any{};

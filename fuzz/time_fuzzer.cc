@@ -74,16 +74,14 @@ void CheckWritten(const TimeRec& time, const Case& c) {
   if (time.hours != INT16_MIN) {
     FUZZ_REQUIRE(written == reference::FormatTime(time, c.format), "both ways of writing agree");
   }
-  if (!c.usual || !IsTime(time)) return;
+  // A record as typed may need a carry that what is written from it cannot take: 0:60 in the morning.
+  if (!c.usual || !c.normalize || !IsTime(time)) return;
   TimeRec back;
   mdb::ParseTime(ExactText(written), &back, c.format, false, true, nullptr);
-  // Numbers as typed may come to more hours than can be read.
-  if (!c.normalize && Seconds(time) / 3600 >= 32767) return;
-  if (!c.normalize && Seconds(time) / 3600 <= -32767) return;
   FUZZ_REQUIRE(IsTime(back), "what was written is read");
   FUZZ_REQUIRE((back.state == MDbTimePlain) == (time.state == MDbTimePlain), "with a suffix or without, as before");
   FUZZ_REQUIRE(back.components == time.components, "with as many parts");
-  if (c.normalize) FUZZ_REQUIRE(Seconds(back) == Seconds(time), "it is the same time");
+  FUZZ_REQUIRE(Seconds(back) == Seconds(time), "it is the same time");
 }
 
 std::u16string Captured(const std::vector<uint16_t>& digits, size_t part) {
