@@ -16,9 +16,9 @@ const std::vector<uint8_t> kTypes = {MDbFieldText, MDbFieldNumber, MDbFieldDate,
 
 }  // namespace
 
-CallStream::CallStream(std::u16string path, uint32_t seed, MDbEnv* shared)
+CallStream::CallStream(std::u16string path, Choices choices, MDbEnv* shared)
     : path_(std::move(path)),
-      random_(seed),
+      choices_(std::move(choices)),
       env_(shared != nullptr ? *shared : own_env_),
       database_(kTypes),
       model_(database_) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <random>
 #include <string>
@@ -14,9 +15,14 @@ namespace plain {
 
 class CallStream {
  public:
+  // Every choice of a stream is one of these numbers, taken modulo how much there is to choose from.
+  using Choices = std::function<uint32_t()>;
+
   // A database at path is made anew. shared is an environment that is initialised already and outlives the stream;
   // without one the stream has its own.
-  CallStream(std::u16string path, uint32_t seed, MDbEnv* shared = nullptr);
+  CallStream(std::u16string path, uint32_t seed, MDbEnv* shared = nullptr)
+      : CallStream(std::move(path), std::mt19937(seed), shared) {}
+  CallStream(std::u16string path, Choices choices, MDbEnv* shared = nullptr);
   ~CallStream();
   CallStream(const CallStream&) = delete;
   CallStream& operator=(const CallStream&) = delete;
@@ -66,7 +72,7 @@ class CallStream {
   void Close();
 
   std::u16string path_;
-  std::mt19937 random_;
+  Choices choices_;
   MDbEnv own_env_;
   MDbEnv& env_;
   MDbRecset recset_;

@@ -51,7 +51,7 @@ const char16_t* const kTimes[] = {u"",      u"  ",       u"late",    u"7:05 PM",
 
 }  // namespace
 
-uint32_t CallStream::Draw(uint32_t below) { return static_cast<uint32_t>(random_()) % below; }
+uint32_t CallStream::Draw(uint32_t below) { return choices_() % below; }
 
 int16_t CallStream::DrawField() { return static_cast<int16_t>(Draw(static_cast<uint32_t>(database_.types().size()))); }
 
