@@ -221,8 +221,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::optional<CsvTable> table = Read(text, 1 << 16, options);
   const std::optional<CsvTable> in_blocks = Read(text, block_size, options);
   FUZZ_REQUIRE(table.has_value() == in_blocks.has_value(), "blocks make no difference");
-  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   const bool is_utf16 = text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF");
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   FUZZ_REQUIRE(table.has_value() == !is_utf16, "UTF-16 and nothing else is refused");
   if (!table) return 0;
   FUZZ_REQUIRE(Same(*table, *in_blocks), "blocks make no difference");

@@ -238,10 +238,10 @@ class LineFeeder {
   void Begin() {
     if (begun_) return;
     begun_ = true;
-    if (pending_.starts_with(kUtf8Mark)) pending_.erase(0, kUtf8Mark.size());
     if (pending_.starts_with("\xFF\xFE") || pending_.starts_with("\xFE\xFF")) {
       throw ToolError(ExitCode::kBadInput, "the file is UTF-16; save it as UTF-8");
     }
+    if (pending_.starts_with(kUtf8Mark)) pending_.erase(0, kUtf8Mark.size());
   }
 
   // The last byte is kept back: a CR may have its LF in the next block.

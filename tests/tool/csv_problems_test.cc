@@ -58,6 +58,8 @@ const ProblemCase kProblems[] = {
     {"a zero character", "a,b\n1,x\0y\n"s, "data.csv:2: column \"b\": the value holds a zero character\n"},
     {"a text that is too long", "a,b\n1," + std::string(1024, 'x') + "\n",
      "data.csv:2: column \"b\": 1024 characters, but the field holds at most 1023\n"},
+    {"the mark of UTF-16 behind that of UTF-8", "\xEF\xBB\xBF\xFF\xFE,b\n1,2\n",
+     "data.csv:1: column 1: not UTF-8 (byte FF at position 1"},
     {"a name that is not UTF-8", "a,\xFF\n1,2\n", "data.csv:1: column 2: not UTF-8 (byte FF at position 1"},
 };
 
