@@ -4,8 +4,8 @@
 // nonspacing ones (accents, points, most vowel signs above and below letters) and whatever else Unicode stacks on a
 // letter (combining class not 0); invisible format characters (soft hyphen, joiners) go as well.
 // (F1) Every character is folded for itself: the folding of a text is the foldings of its characters, one after
-// another. (F2) Folding what is folded changes nothing. (F3) Texts that are canonically equivalent have the same
-// folding.
+// another. (F2) Folding what is folded changes nothing, as long as no half of a surrogate pair stands alone: two halves
+// that a mark held apart come together without it. (F3) Texts that are canonically equivalent have the same folding.
 //
 // Decomposed first, since what case folding makes of some marks is a letter (the iota below Greek vowels). Letters that
 // have a stroke instead of a mark stay themselves: o with stroke is no o, and the dotless i of Turkish is found by

@@ -70,6 +70,15 @@ TEST(TextFolding, FoldingWhatIsFoldedChangesNothing) {
   }
 }
 
+// So a text is folded once on either side of a comparison, never what was folded before.
+TEST(TextFolding, HalvesOfAPairThatAMarkHeldApartComeTogetherWithoutIt) {
+  const std::u16string text = {u'\xD83B', u'\u094D', u'\xDE8E'};
+  const std::u16string once = Folded(text);
+  EXPECT_EQ(Shown(once), Shown(std::u16string{u'\xD83B', u'\xDE8E'}));
+  EXPECT_EQ(once, SlowFold(text));
+  EXPECT_NE(Folded(once), once);
+}
+
 TEST(TextFolding, UpperAndLowerCaseFoldAlike) {
   for (char32_t character = 0; character <= 0x10FFFF; ++character) {
     // The capital of the dotless i is the plain I, and that of the iota below vowels is a letter.
