@@ -1,5 +1,6 @@
 // See whole_volume.h: the store's side.
-#include <cstring>
+#include <algorithm>
+#include <string>
 #include <vector>
 
 #include "local_heap.h"
@@ -23,24 +24,43 @@ void Add(std::string& contents, const void* bytes, size_t size) {
   contents.append(static_cast<const char*>(bytes), size);
 }
 
-void AddRecord(std::string& contents, CEOID oid, const BYTE* buffer, WORD count) {
+// Returns what the record counts for.
+size_t AddRecord(std::string& contents, CEOID oid, const BYTE* buffer, WORD count) {
+  constexpr size_t kRecordBytes = 20;
+  constexpr size_t kPropertyBytes = 4;
+  size_t counted = kRecordBytes;
   Add(contents, &oid, sizeof oid);
   const auto* values = reinterpret_cast<const CEPROPVAL*>(buffer);
   for (WORD i = 0; i < count; ++i) {
     const CEPROPVAL& value = values[i];
     Add(contents, &value.propid, sizeof value.propid);
+    const void* payload = &value.val;
+    size_t size = 0;
     switch (static_cast<WORD>(value.propid)) {
       case CEVT_LPWSTR:
-        Add(contents, value.val.lpwstr, (std::char_traits<char16_t>::length(value.val.lpwstr) + 1) * sizeof(WCHAR));
+        payload = value.val.lpwstr;
+        size = (std::char_traits<char16_t>::length(value.val.lpwstr) + 1) * sizeof(WCHAR);
         break;
       case CEVT_BLOB:
-        Add(contents, value.val.blob.lpb, value.val.blob.dwCount);
+        payload = value.val.blob.lpb;
+        size = value.val.blob.dwCount;
+        break;
+      case CEVT_I2:
+      case CEVT_UI2:
+        size = 2;
+        break;
+      case CEVT_R8:
+      case CEVT_FILETIME:
+        size = 8;
         break;
       default:
-        Add(contents, &value.val, sizeof(uint16_t));
+        size = 4;
         break;
     }
+    Add(contents, payload, size);
+    counted += kPropertyBytes + size;
   }
+  return counted;
 }
 
 class OpenDatabase {
@@ -66,6 +86,7 @@ DWORD ReadInOrder(const CEGUID& guid, CEOID oid, CEPROPID order, const CEDBASEIN
   BYTE* buffer = nullptr;
   DWORD room = 0;
   DWORD error = 0;
+  size_t counted = 0;
   for (size_t i = 0; i <= info.wNumRecords; ++i) {
     WORD count = 0;
     DWORD size = room;
@@ -75,7 +96,7 @@ DWORD ReadInOrder(const CEGUID& guid, CEOID oid, CEPROPID order, const CEDBASEIN
       error = GetLastError();
       break;
     }
-    if (count > 0) AddRecord(contents, record, buffer, count);
+    counted += count > 0 ? AddRecord(contents, record, buffer, count) : AddRecord(contents, record, nullptr, 0);
     seen.push_back(record);
   }
   LocalFree(buffer);
@@ -85,6 +106,9 @@ DWORD ReadInOrder(const CEGUID& guid, CEOID oid, CEPROPID order, const CEDBASEIN
                    error == ERROR_KEY_DELETED || error == ERROR_INVALID_PARAMETER,
                "reading ends at the end");
   FUZZ_REQUIRE(seen.size() == info.wNumRecords, "every record that the catalogue counts is read");
+  FUZZ_REQUIRE(counted == info.dwSize, "and they are as large as it says");
+  std::sort(seen.begin(), seen.end());
+  FUZZ_REQUIRE(std::adjacent_find(seen.begin(), seen.end()) == seen.end(), "each record once");
   return 0;
 }
 
