@@ -124,11 +124,7 @@ DWORD ReadDatabase(const CEGUID& guid, CEOID oid, std::string& contents) {
   return error;
 }
 
-}  // namespace
-
-DWORD ReadThroughStore(const std::u16string& path, std::string& contents) {
-  CEGUID guid{};
-  if (!CeMountDBVol(&guid, path.c_str(), OPEN_EXISTING)) return Damaged();
+std::vector<CEOID> DatabasesOf(const CEGUID& guid) {
   const HANDLE find = CeFindFirstDatabaseEx(&guid, 0);
   FUZZ_REQUIRE(find != INVALID_HANDLE_VALUE, "a volume's databases are listed");
   std::vector<CEOID> databases;
@@ -137,6 +133,49 @@ DWORD ReadThroughStore(const std::u16string& path, std::string& contents) {
     FUZZ_REQUIRE(databases.size() < kMostDatabases, "the list of databases ends");
   }
   FUZZ_REQUIRE(CloseHandle(find), "the list is closed");
+  return databases;
+}
+
+// What an identifier names before it is given to something new.
+bool IsTaken(const CEGUID& guid, CEOID oid) {
+  CEOIDINFO info;
+  return CeOidGetInfoEx(&guid, oid, &info) != 0;
+}
+
+}  // namespace
+
+bool WriteThroughStore(const std::u16string& path) {
+  CEGUID guid{};
+  FUZZ_REQUIRE(CeMountDBVol(&guid, path.c_str(), OPEN_EXISTING), "a whole volume is mounted again");
+  CEOID highest = 0;
+  for (CEOID oid = 1; oid < 300; ++oid) highest = IsTaken(guid, oid) ? oid : highest;
+  CEDBASEINFO info{};
+  info.dwFlags = CEDB_VALIDNAME;
+  info.szDbaseName[0] = u'\u2603';
+  CEOID database = CeCreateDatabaseEx(&guid, &info);
+  if (database != 0) {  // else there is one of that name, or no identifier is left
+    FUZZ_REQUIRE(database > highest, "a new database has an identifier of its own");
+    const HANDLE handle = CeOpenDatabaseEx(&guid, &database, nullptr, 0, 0, nullptr);
+    FUZZ_REQUIRE(handle != INVALID_HANDLE_VALUE, "a new database is opened");
+    CEPROPVAL value{};
+    value.propid = CEVT_UI4;
+    const CEOID record = CeWriteRecordProps(handle, 0, 1, &value);
+    FUZZ_REQUIRE(record == 0 || record > database, "a new record has an identifier of its own");
+    FUZZ_REQUIRE(CloseHandle(handle), "an open database is closed");
+  }
+  if (!CeUnmountDBVol(&guid)) {
+    (void)Damaged();
+    return false;
+  }
+  std::string contents;
+  FUZZ_REQUIRE(ReadThroughStore(path, contents) == 0, "a volume that was written is as whole as before");
+  return true;
+}
+
+DWORD ReadThroughStore(const std::u16string& path, std::string& contents) {
+  CEGUID guid{};
+  if (!CeMountDBVol(&guid, path.c_str(), OPEN_EXISTING)) return Damaged();
+  const std::vector<CEOID> databases = DatabasesOf(guid);
   DWORD error = 0;
   for (const CEOID oid : databases) {
     const DWORD of_database = ReadDatabase(guid, oid, contents);

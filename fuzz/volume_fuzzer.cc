@@ -90,6 +90,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   place->Put(bytes);
   DWORD error = 0;
   CheckStore(*place, bytes, damaged, error);
+  if (error == 0 && !fuzz::WriteThroughStore(place->Volume())) {
+    place->TakeAnother();
+    return 0;
+  }
   bool closed = false;
   const uint32_t opened = fuzz::UseThroughEngine(place->Volume(), &closed);
   FUZZ_REQUIRE(opened == MDbStatusOk || opened == MDbStatusFailed || opened == MDbStatusBadFormat ||
