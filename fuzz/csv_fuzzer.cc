@@ -26,7 +26,7 @@ std::optional<CsvTable> Read(std::string_view text, size_t block_size, const Csv
     return block;
   };
   try {
-    return xkrdb::ReadCsvBlocks(next_block, options);
+    return xkrdb::ReadCsvBlocks("input", next_block, options);
   } catch (const xkrdb::ToolError&) {
     return std::nullopt;  // UTF-16
   }

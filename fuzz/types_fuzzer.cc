@@ -44,7 +44,7 @@ xkrdb::ScratchDatabase& Scratch() {
 
 CsvTable Read(std::string_view text) {
   const auto next_block = [&](size_t) { return std::exchange(text, std::string_view()); };
-  return xkrdb::ReadCsvBlocks(next_block, {});
+  return xkrdb::ReadCsvBlocks("input", next_block, {});
 }
 
 bool SameFormats(const TypeProposal& a, const TypeProposal& b) {
