@@ -8,12 +8,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <vector>
 
 #include "database_body.h"
 #include "sqlite_statement.h"
+#include "volume_file.h"
 #include "volume_schema.h"
 
 namespace objectstore {
@@ -65,20 +65,20 @@ Status MakeEmptyVolume(std::vector<uint8_t>& bytes) {
 
 Status WriteAll(int file, const std::vector<uint8_t>& bytes) {
   for (size_t written = 0; written < bytes.size();) {
-    const ssize_t count = write(file, bytes.data() + written, bytes.size() - written);
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = Uninterrupted([&] { return write(file, bytes.data() + written, bytes.size() - written); });
     if (count <= 0) return count < 0 ? StatusOfErrno(errno) : Status::kDiskFull;
     written += static_cast<size_t>(count);
   }
-  return fsync(file) == 0 ? Status::kOk : StatusOfErrno(errno);
+  return Uninterrupted([&] { return fsync(file); }) == 0 ? Status::kOk : StatusOfErrno(errno);
 }
 
 constexpr const char* kSideFiles[] = {"-wal", "-shm", "-journal"};
 
 bool HasSideFiles(const FilePath& path) {
   struct stat found;
-  return std::any_of(std::begin(kSideFiles), std::end(kSideFiles),
-                     [&](const char* suffix) { return lstat((path.full + suffix).c_str(), &found) == 0; });
+  return std::any_of(std::begin(kSideFiles), std::end(kSideFiles), [&](const char* suffix) {
+    return lstat((path.full + suffix).c_str(), &found) == 0 || errno != ENOENT;
+  });
 }
 
 // What a volume of the same name may have left would be taken for the new one's. That it is gone must be durable before
@@ -103,8 +103,9 @@ Status LockAgainstMounts(int file) {
 
 // Creators in one directory take turns, so that none removes the side file of a volume that another has just created.
 // Who cannot have its turn (somebody uses the directory as a lock, or the file system has none) removes nothing.
-Status PublishNew(const FileUnderConstruction& made, const FilePath& path) {
-  const FileDescriptor directory(open(path.directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+Status PublishNew(const FileUnderConstruction& made, const FilePath& path, NewFile& new_file) {
+  const FileDescriptor directory(
+      Uninterrupted([&] { return open(path.directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
   if (!directory.valid()) return StatusOfErrno(errno);
   const bool has_turn = flock(directory.number(), LOCK_EX | LOCK_NB) == 0;
   FileKind kind = FileKind::kMissing;
@@ -113,13 +114,33 @@ Status PublishNew(const FileUnderConstruction& made, const FilePath& path) {
   if (kind != FileKind::kMissing) return Status::kAlreadyExists;
   if (!has_turn && HasSideFiles(path)) return Status::kSharingViolation;
   STORE_TRY(RemoveSideFiles(path));
-  if (renameat2(AT_FDCWD, made.path(), AT_FDCWD, path.full.c_str(), RENAME_NOREPLACE) == 0) return Status::kOk;
-  if (errno != EINVAL && errno != ENOSYS) return StatusOfErrno(errno);
-  return link(made.path(), path.full.c_str()) == 0 ? Status::kOk : StatusOfErrno(errno);
+  if (renameat2(AT_FDCWD, made.path(), AT_FDCWD, path.full.c_str(), RENAME_NOREPLACE) != 0) {
+    if (errno != EINVAL && errno != ENOSYS) return StatusOfErrno(errno);
+    if (link(made.path(), path.full.c_str()) != 0) return StatusOfErrno(errno);
+  }
+  new_file.Made();
+  return Status::kOk;
+}
+
+// What was flushed to the volume that gives way may stand in its log alone. Were the log removed first and the renaming
+// failed, or the process ended in between, the old volume would be there without it. A file that cannot be read as a
+// volume has nothing to keep.
+Status TakeUpLog(const FilePath& path) {
+  FileKind kind = FileKind::kMissing;
+  FileIdentity identity;
+  STORE_TRY(Identify({path.directory, path.full + "-wal"}, kind, identity));
+  if (kind == FileKind::kMissing) return Status::kOk;
+  STORE_TRY(Identify(path, kind, identity));
+  std::unique_ptr<VolumeFile> replaced;
+  Status status = VolumeFile::Open(path, identity, replaced);
+  if (status == Status::kOk) status = replaced->Settle();
+  return status == Status::kCorrupt ? Status::kOk : status;
 }
 
 Status PublishInPlace(const FileUnderConstruction& made, const FilePath& path) {
-  const FileDescriptor replaced(open(path.full.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  STORE_TRY(TakeUpLog(path));
+  const FileDescriptor replaced(
+      Uninterrupted([&] { return open(path.full.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
   if (!replaced.valid()) return StatusOfErrno(errno);
   STORE_TRY(LockAgainstMounts(replaced.number()));
   STORE_TRY(RemoveSideFiles(path));
@@ -128,15 +149,20 @@ Status PublishInPlace(const FileUnderConstruction& made, const FilePath& path) {
 
 }  // namespace
 
-Status CreateVolumeFile(const FilePath& path, Existing existing) {
+NewFile::~NewFile() {
+  if (!kept_) unlink(path_.full.c_str());
+}
+
+Status CreateVolumeFile(const FilePath& path, Existing existing, NewFile& new_file) {
   std::vector<uint8_t> bytes;
   STORE_TRY(MakeEmptyVolume(bytes));
   const FileUnderConstruction made(path.full + ".new-" + std::to_string(getpid()));
   unlink(made.path());  // a process of this number that came to a sudden end may have left one
-  const FileDescriptor file(open(made.path(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  const FileDescriptor file(Uninterrupted([&] { return open(made.path(), kFlags, 0600); }));
   if (!file.valid()) return StatusOfErrno(errno);
   STORE_TRY(WriteAll(file.number(), bytes));
-  return existing == Existing::kReplace ? PublishInPlace(made, path) : PublishNew(made, path);
+  return existing == Existing::kReplace ? PublishInPlace(made, path) : PublishNew(made, path, new_file);
 }
 
 }  // namespace objectstore

@@ -1,8 +1,6 @@
 // See store.h.
 #include "store.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "growth.h"
@@ -10,26 +8,6 @@
 #include "text_conversion.h"
 
 namespace objectstore {
-
-namespace {
-
-// A file that a mount has made goes with the mount, if that fails, unless somebody else has got hold of it.
-class NewFile {
- public:
-  NewFile(const FilePath& path, bool is_new) : path_(path), kept_(!is_new) {}
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
-  ~NewFile() {
-    if (!kept_) unlink(path_.full.c_str());
-  }
-  void Keep() { kept_ = true; }
-
- private:
-  const FilePath& path_;
-  bool kept_;
-};
-
-}  // namespace
 
 bool SameGuid(const CEGUID& a, const CEGUID& b) {
   return a.Data1 == b.Data1 && a.Data2 == b.Data2 && a.Data3 == b.Data3 && a.Data4 == b.Data4;
@@ -70,14 +48,14 @@ Status Store::MountFile(const FilePath& path, DWORD disposition, bool exists, CE
   const bool replace = exists && (disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING);
   const bool create = !exists || replace;
   ReserveOneMore(volumes_);
-  if (create) STORE_TRY(CreateVolumeFile(path, replace ? Existing::kReplace : Existing::kRefuse));
+  NewFile new_file(path);
+  if (create) STORE_TRY(CreateVolumeFile(path, replace ? Existing::kReplace : Existing::kRefuse, new_file));
   FileKind kind = FileKind::kMissing;
   FileIdentity identity;
   STORE_TRY(Identify(path, kind, identity));
   if (kind == FileKind::kMissing) return Status::kFileNotFound;
   if (mounts_ + 1 == kInvalidGuid.Data4) return Status::kNotEnoughMemory;
   std::unique_ptr<Volume> volume;
-  NewFile new_file(path, create && !replace);
   const Status status = Volume::Mount(path, identity, create, mounts_ + 1, volume);
   if (status == Status::kOk || status == Status::kSharingViolation) new_file.Keep();
   STORE_TRY(status);
