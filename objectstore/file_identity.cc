@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <memory>
 
@@ -77,9 +76,10 @@ Status StatusOfErrno(int number) {
 }
 
 Status SyncDirectory(const std::string& directory) {
-  const FileDescriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const FileDescriptor opened(
+      Uninterrupted([&] { return open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
   if (!opened.valid()) return StatusOfErrno(errno);
-  return fsync(opened.number()) == 0 ? Status::kOk : StatusOfErrno(errno);
+  return Uninterrupted([&] { return fsync(opened.number()); }) == 0 ? Status::kOk : StatusOfErrno(errno);
 }
 
 FileDescriptor::~FileDescriptor() {

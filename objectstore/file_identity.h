@@ -1,6 +1,7 @@
 // Files as the operating system tells them apart, and the path under which SQLite gets to see one.
 #pragma once
 
+#include <cerrno>
 #include <string>
 
 #include "status.h"
@@ -30,6 +31,15 @@ Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity, ui
 
 // The last error number for what a system call left in errno.
 Status StatusOfErrno(int number);
+
+// Makes a system call anew for as long as signals interrupt it.
+template <typename Call>
+auto Uninterrupted(Call call) {
+  for (;;) {
+    const auto result = call();
+    if (result >= 0 || errno != EINTR) return result;
+  }
+}
 
 // Makes the directory's entries durable.
 Status SyncDirectory(const std::string& directory);

@@ -48,7 +48,7 @@ VolumeFile::~VolumeFile() {
   }
   for (auto& statement : statements_) statement.reset();
   // Before the lock goes: afterwards the name may belong to another process's mount, as it may now if the file was moved.
-  if (locked_ && !settled_ && !side_file_existed_ && CheckStillThere() == Status::kOk) RemoveEmptySideFile();
+  if (!settled_ && !side_file_existed_ && HoldsLock() && CheckStillThere() == Status::kOk) RemoveEmptySideFile();
   connection_.reset();
 }
 
@@ -73,6 +73,7 @@ Status VolumeFile::Begin() {
   if (!IsOfThisProcess()) return Status::kSharingViolation;
   STORE_TRY(CheckStillThere());
   const Statement* statement = nullptr;
+  STORE_TRY(Prepared(kRollback, statement));  // there when it is needed, however short memory is by then
   STORE_TRY(Prepared(kBegin, statement));
   return StatementUse(*statement).Run();
 }
@@ -97,7 +98,7 @@ Status VolumeFile::Commit() {
 
 // SQLite may have rolled back by itself already; then there is nothing to do.
 void VolumeFile::Rollback() {
-  if (sqlite3_get_autocommit(connection_.get()) == 0) static_cast<void>(Execute(connection_.get(), sql::kRollback));
+  if (sqlite3_get_autocommit(connection_.get()) == 0) static_cast<void>(StatementUse(*statements_[kRollback]).Run());
 }
 
 Status VolumeFile::SyncDirectoryOnce() {
@@ -113,13 +114,14 @@ void VolumeFile::GrowSideFile() const {
   constexpr off_t kUsualBytes = 1 << 20;
   constexpr size_t kStepBytes = 1 << 16;
   static constexpr char kZeros[kStepBytes] = {};
-  const FileDescriptor file(open(side_file_.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const FileDescriptor file(
+      Uninterrupted([this] { return open(side_file_.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
   struct stat found;
   if (!file.valid() || fstat(file.number(), &found) != 0 || found.st_size == 0) return;
   if (!HasAmpleRoom(file.number(), kUsualBytes)) return;
   for (off_t offset = found.st_size; offset < kUsualBytes;) {
-    const ssize_t count =
-        pwrite(file.number(), kZeros, std::min<size_t>(kStepBytes, static_cast<size_t>(kUsualBytes - offset)), offset);
+    const size_t step = std::min<size_t>(kStepBytes, static_cast<size_t>(kUsualBytes - offset));
+    const ssize_t count = Uninterrupted([&] { return pwrite(file.number(), kZeros, step, offset); });
     if (count <= 0) {
       static_cast<void>(!ftruncate(file.number(), found.st_size));
       return;
@@ -166,6 +168,7 @@ Status VolumeFile::RememberSize() {
   return Identify(path_, kind, found, &known_bytes_);
 }
 
+// Also after an opening that failed: SQLite makes the side file only when it has the lock.
 bool VolumeFile::HoldsLock() const {
   int level = SQLITE_LOCK_NONE;
   return connection_ != nullptr &&

@@ -69,6 +69,7 @@ class VolumeFile {
   Status CheckNeighbours() const;
   Status Connect();
   Status CheckSchema();
+  Status ReasonOf(Status status) const;
   Status CheckStillThere() const;
   Status RememberSize();
   bool HoldsLock() const;
@@ -92,7 +93,6 @@ class VolumeFile {
   pid_t owner_;
   uint64_t known_bytes_ = 0;  // the file is at least this long, unless somebody cuts it
   bool side_file_existed_ = false;
-  bool locked_ = false;
   bool settled_ = false;
   bool directory_synced_ = true;
   int side_file_pages_ = 0;

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <iterator>
+#include <span>
 #include <string_view>
 
 #include "volume_file.h"
@@ -56,18 +57,31 @@ constexpr size_t kFrameHeaderBytes = 24;
 constexpr off_t kFrameBytes = kFrameHeaderBytes + kPageBytes;
 constexpr uint32_t kLogMagic = 0x377F0682;  // the lowest bit tells the byte order of checksums
 
-bool ReadAt(int file, off_t offset, uint8_t* bytes, size_t count) {
-  return pread(file, bytes, count, offset) == static_cast<ssize_t>(count);
+// Fills bytes from a place in a file; count says how many it has there.
+Status ReadAt(int file, off_t start, std::span<uint8_t> bytes, size_t& count) {
+  for (count = 0; count < bytes.size();) {
+    const off_t offset = start + static_cast<off_t>(count);
+    const ssize_t got = Uninterrupted([&] { return pread(file, bytes.data() + count, bytes.size() - count, offset); });
+    if (got < 0) return StatusOfErrno(errno);
+    if (got == 0) break;
+    count += static_cast<size_t>(got);
+  }
+  return Status::kOk;
+}
+
+bool ReadAt(int file, off_t start, std::span<uint8_t> bytes) {
+  size_t count = 0;
+  return ReadAt(file, start, bytes, count) == Status::kOk && count == bytes.size();
 }
 
 // The log holds a first page of the file that is a volume's. Whether that frame counts, by its checksums, is SQLite's
 // matter; a frame after the last one that counts may hold anything.
 bool LogHoldsVolumeHeader(int file) {
   uint8_t log[kLogHeaderBytes];
-  if (!ReadAt(file, 0, log, sizeof log) || (BigEndian32(log) & ~1u) != kLogMagic || BigEndian32(log + 8) != kPageBytes)
+  if (!ReadAt(file, 0, log) || (BigEndian32(log) & ~1u) != kLogMagic || BigEndian32(log + 8) != kPageBytes)
     return false;
   uint8_t frame[kFrameHeaderBytes + kHeaderBytes];
-  for (off_t offset = kLogHeaderBytes; ReadAt(file, offset, frame, sizeof frame); offset += kFrameBytes) {
+  for (off_t offset = kLogHeaderBytes; ReadAt(file, offset, frame); offset += kFrameBytes) {
     if (std::memcmp(frame + 8, log + 16, 8) != 0) return false;  // the salts of an older log
     const uint32_t page = BigEndian32(frame);
     if (page == 0) return false;  // room, which may be terabytes that no disk holds
@@ -105,9 +119,11 @@ Status Harden(sqlite3* connection) {
   return Status::kOk;
 }
 
-bool Exists(const std::string& path) {
+// A file that cannot be seen for any other reason than that it is missing may be there.
+Status Exists(const std::string& path, bool& exists) {
   struct stat found;
-  return lstat(path.c_str(), &found) == 0;
+  exists = lstat(path.c_str(), &found) == 0;
+  return exists || errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
 }
 
 bool SameText(const StatementUse& row, int column, std::string_view expected) {
@@ -132,8 +148,7 @@ Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std:
   STORE_TRY(file->CheckNeighbours());
   Status status = file->Connect();
   if (status == Status::kOk) status = file->CheckSchema();
-  file->locked_ = file->HoldsLock();
-  STORE_TRY(status);
+  if (status != Status::kOk) return file->ReasonOf(status);
   // Another process may have put another file in this one's place before the lock was ours.
   STORE_TRY(file->CheckStillThere());
   STORE_TRY(file->RememberSize());
@@ -143,21 +158,23 @@ Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std:
 
 // Looks at the first bytes without SQLite, which would create a side file next to anything.
 Status VolumeFile::CheckHeader() const {
-  const FileDescriptor file(open(path_.full.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const FileDescriptor file(
+      Uninterrupted([this] { return open(path_.full.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
   if (!file.valid()) return StatusOfErrno(errno);
   struct stat found;
   if (fstat(file.number(), &found) != 0) return StatusOfErrno(errno);
   if (!S_ISREG(found.st_mode) || found.st_size > kLargestFileBytes) return Status::kCorrupt;
   uint8_t header[kHeaderBytes];
-  const ssize_t count = pread(file.number(), header, sizeof header, 0);
-  if (count < 0) return StatusOfErrno(errno);
-  if (count != static_cast<ssize_t>(sizeof header)) return Status::kCorrupt;
+  size_t count = 0;
+  STORE_TRY(ReadAt(file.number(), 0, header, count));
+  if (count != sizeof header) return Status::kCorrupt;
   return IsVolumeHeader(header) ? Status::kOk : CheckHeaderInLog();
 }
 
 // The power may have gone while the first page was on its way from the log into the file. It is whole in the log then.
 Status VolumeFile::CheckHeaderInLog() const {
-  const FileDescriptor log(open(side_file_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const FileDescriptor log(
+      Uninterrupted([this] { return open(side_file_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
   struct stat found;
   const bool holds =
       log.valid() && fstat(log.number(), &found) == 0 && S_ISREG(found.st_mode) && LogHoldsVolumeHeader(log.number());
@@ -167,13 +184,16 @@ Status VolumeFile::CheckHeaderInLog() const {
 // A volume never has a rollback journal; SQLite would play one back into the file. And its side file is a file; SQLite
 // would take a pipe or a device for one.
 Status VolumeFile::CheckNeighbours() const {
-  if (Exists(path_.full + "-journal")) return Status::kCorrupt;
+  bool exists = false;
+  STORE_TRY(Exists(path_.full + "-journal", exists));
+  if (exists) return Status::kCorrupt;
   struct stat found;
-  return lstat(side_file_.c_str(), &found) != 0 || S_ISREG(found.st_mode) ? Status::kOk : Status::kCorrupt;
+  if (lstat(side_file_.c_str(), &found) != 0) return errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
+  return S_ISREG(found.st_mode) ? Status::kOk : Status::kCorrupt;
 }
 
 Status VolumeFile::Connect() {
-  side_file_existed_ = Exists(side_file_);
+  STORE_TRY(Exists(side_file_, side_file_existed_));
   constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
                          SQLITE_OPEN_EXRESCODE;
   sqlite3* connection = nullptr;
@@ -192,6 +212,12 @@ Status VolumeFile::Connect() {
       },
       this);
   return Status::kOk;
+}
+
+// That SQLite could not open a file is all that it says; the system has told it why.
+Status VolumeFile::ReasonOf(Status status) const {
+  const int error = status == Status::kAccessDenied ? sqlite3_system_errno(connection_.get()) : 0;
+  return error != 0 ? StatusOfErrno(error) : status;
 }
 
 // The first look at the file through SQLite, which takes the lock. The side file may hold another header.
