@@ -83,9 +83,8 @@ FaultRun::FaultRun(const Workload& workload, fs::path folder) : workload_(worklo
 void FaultRun::Begin() {
   fs::remove_all(folder_);
   fs::create_directory(folder_);
-  world_ = World();
-  world_.path = (folder_ / kVolumeName).u16string();
-  if (workload_.prepare) workload_.prepare(folder_, world_);
+  for (const auto& [name, bytes] : start_files_) std::ofstream(folder_ / name, std::ios::binary) << bytes;
+  world_ = start_world_;
   descriptors_ = OpenDescriptors();
   sqlite_bytes_ = faults::BytesOfSqlite();
   durable_ = {start_content_};
@@ -95,6 +94,10 @@ void FaultRun::Begin() {
 }
 
 void FaultRun::Rehearse() {
+  Begin();
+  start_world_.path = (folder_ / kVolumeName).u16string();
+  if (workload_.prepare) workload_.prepare(folder_, start_world_);
+  start_files_ = FilesNow();
   Begin();
   start_content_ = ContentOf(world_.path);
   Begin();
@@ -226,17 +229,20 @@ bool FaultRun::MountFailed(const Step& step, const Files& files) {
 }
 
 // Where there was no volume, what an earlier one left beside its place may be gone. A file that could not be removed
-// stays, and is removed here.
+// stays, and so does a new one that somebody else seems to have mounted; they are removed here.
 bool FaultRun::ExpectFilesKept(const Files& before) {
   const Files now = FilesNow();
   constexpr uint32_t kRemoval = faults::BitOf(faults::Operation::kDelete) | faults::BitOf(faults::Operation::kStatus);
   const bool could_remove = (faults::Seen().operations & kRemoval) == 0;
+  const bool taken_for_mounted = (faults::Seen().failures & faults::BitOf(faults::Failure::kBusy)) != 0;
   for (const auto& [name, bytes] : now) {
     const auto found = before.find(name);
     if (found != before.end() && found->second == bytes) continue;
-    const bool unfinished = name == kVolumeName || name.find(".new-") != std::string::npos;
-    const bool harmless = found == before.end() && (unfinished || bytes.empty());
-    if (could_remove || !harmless) return Complain("a failed mount has made or changed " + name);
+    const bool is_new = found == before.end();
+    const bool unfinished = is_new && (name == kVolumeName || name.find(".new-") != std::string::npos);
+    const bool allowed =
+        could_remove ? name == kVolumeName && is_new && taken_for_mounted : unfinished || bytes.empty();
+    if (!allowed) return Complain("a failed mount has made or changed " + name);
     fs::remove(folder_ / name);
   }
   if (!before.contains(kVolumeName)) return true;
@@ -289,18 +295,18 @@ void FaultRun::Finish() {
 
 // What the next mount finds, and that the volume can be worked with.
 void FaultRun::FinishFile() {
-  const std::string content = ContentOf(world_.path);
+  const auto works = [this](const Step& step) {
+    return step.act(world_) ||
+           Complain("afterwards " + step.name + " fails, last error " + std::to_string(GetLastError()));
+  };
+  if (!works(MountStep(OPEN_EXISTING))) return;
+  const std::string content = TextOf(world_.volume).content;
   if (!durable_.contains(content)) {
     std::string expected;
     for (const std::string& one : durable_) expected += "---- expected\n" + one;
     return void(Complain("the file holds what was never flushed, or lacks what was:\n" + content + expected));
   }
-  const auto works = [this](const Step& step) {
-    return step.act(world_) ||
-           Complain("afterwards " + step.name + " fails, last error " + std::to_string(GetLastError()));
-  };
-  if (!works(MountStep(OPEN_EXISTING)) || !works(CreateStep(u"afterwards", {})) || !works(FlushStep())) return;
-  if (!works(UnmountStep())) return;
+  if (!works(CreateStep(u"afterwards", {})) || !works(FlushStep()) || !works(UnmountStep())) return;
   if ((outcome_.operations & faults::BitOf(faults::Operation::kDelete)) != 0) return;
   if (FilesNow().size() != 1) Complain("more than the volume's file is left");
 }

@@ -81,8 +81,12 @@ class FaultRun {
   const Workload& workload_;
   std::filesystem::path folder_;
 
-  // Of the rehearsal, by step.
+  // What every run starts from.
+  Files start_files_;
+  World start_world_;
   std::string start_content_;
+
+  // Of the rehearsal, by step.
   std::vector<std::string> contents_;
   std::vector<std::optional<Sight>> sights_;
 

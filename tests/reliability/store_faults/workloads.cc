@@ -62,8 +62,8 @@ void PrepareTwoDatabases(const fs::path& folder, World& world) {
 void PrepareRemains(const fs::path& folder, World& world) {
   constexpr uintmax_t kLogBytes = 128 << 10;
   std::vector<Step> steps = TwoDatabases();
-  Append(steps,
-         {FlushStep(), AddStep(0, Person(9)), EditStep(0, 2, {{kText, 0, u"changed"}}), DeleteStep(0, 1), FlushStep()});
+  Append(steps, {UnmountStep(), MountStep(OPEN_EXISTING), OpenStep(0, kNumber), AddStep(0, Person(9)), FlushStep(),
+                 EditStep(0, 2, {{kText, 0, u"changed"}}), DeleteStep(0, 1), FlushStep()});
   Play(folder, steps, world);
   const fs::path file = folder / kVolumeName;
   const fs::path side_file = file.string() + "-wal";
