@@ -38,6 +38,7 @@ std::set<DWORD> ErrorsOf(faults::Failure failure) {
     case kReadOnly:
       return {ERROR_ACCESS_DENIED};
     case kBusy:
+    case kUnsupported:  // a folder that cannot be locked, with an old log in it
       return {ERROR_SHARING_VIOLATION};
     case kNoDescriptors:
       return {ERROR_NOT_ENOUGH_MEMORY};
@@ -324,10 +325,10 @@ bool FaultRun::PlayTo(size_t number) {
   return true;
 }
 
-std::string FaultRun::SweepMemory(const MemorySweep& sweep, long& failed) {
+std::string FaultRun::SweepMemory(bool lasting, long& failed) {
   if (!PlayTo(0)) return complaint_;
   for (number_ = 0; number_ < workload_.steps.size(); ++number_) {
-    if (!SweepStep(number_, sweep, failed)) break;
+    if (!SweepStep(number_, lasting, failed)) break;
   }
   outcome_ = {};
   durable_ = {contents_.back()};
@@ -336,18 +337,18 @@ std::string FaultRun::SweepMemory(const MemorySweep& sweep, long& failed) {
   return complaint_;
 }
 
-bool FaultRun::SweepStep(size_t number, const MemorySweep& sweep, long& failed) {
+bool FaultRun::SweepStep(size_t number, bool lasting, long& failed) {
   const Step& step = workload_.steps[number];
-  for (long at = 0;; at += at < sweep.exhaustive ? 1 : sweep.stride) {
+  for (long at = 0;; ++at) {
     const bool seen = number > 0 && sights_[number - 1] && world_.mounted;
     const Sight before = seen ? Look(world_) : Sight();
     const Files files = step.Mounts() ? FilesNow() : Files();
-    faults::Arm({faults::Failure::kNoMemory, at, sweep.lasting});
+    faults::Arm({faults::Failure::kNoMemory, at, lasting});
     SetLastError(0);
     const bool done = step.act(world_);
     const DWORD error = GetLastError();
     const bool struck = faults::Disarm().struck();
-    where_ = " with allocation " + std::to_string(at) + (sweep.lasting ? " and all later ones" : "") + " failing";
+    where_ = " with allocation " + std::to_string(at) + (lasting ? " and all later ones" : "") + " failing";
     if (!struck) return done ? ExpectAsPlanned() : Complain("fails without a fault");
     ++failed;
     if (done ? !BackTo(number) : !ShortageChangedNothing(step, error, seen ? &before : nullptr, files)) return false;

@@ -18,9 +18,9 @@
 #include <string>
 #include <vector>
 
+#include "fault_workload.h"
 #include "faults.h"
 #include "volume_text.h"
-#include "workload.h"
 
 // What can be seen of a mounted volume by a client that has the world's handles.
 struct Sight {
@@ -31,12 +31,6 @@ struct Sight {
 Sight Look(const World& world);
 
 size_t OpenDescriptors();
-
-struct MemorySweep {
-  bool lasting = false;
-  long exhaustive = 1 << 20;  // from this number on
-  long stride = 1;            // only every so many are tried
-};
 
 class FaultRun {
  public:
@@ -49,7 +43,7 @@ class FaultRun {
 
   // Each step with its n-th allocation failing, for n = 0, 1, 2, ... until it gets through, and on to the next: empty, or
   // the broken promise. Adds the number of failures to failed.
-  std::string SweepMemory(const MemorySweep& sweep, long& failed);
+  std::string SweepMemory(bool lasting, long& failed);
 
  private:
   using Files = std::map<std::string, std::string>;  // names and bytes
@@ -73,7 +67,7 @@ class FaultRun {
   void FinishFile();
   void Release();
   bool ExpectFilesKept(const Files& before);
-  bool SweepStep(size_t number, const MemorySweep& sweep, long& failed);
+  bool SweepStep(size_t number, bool lasting, long& failed);
   bool ShortageChangedNothing(const Step& step, DWORD error, const Sight* before, const Files& files);
   bool BackTo(size_t number);
   bool PlayTo(size_t number);

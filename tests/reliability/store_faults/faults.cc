@@ -20,7 +20,7 @@ constexpr uint32_t Bits(Operation first, Rest... rest) {
 }
 
 using enum Operation;
-constexpr uint32_t kFileOperations = ~BitOf(kMemory);
+constexpr uint32_t kFileOperations = ~(BitOf(kMemory) | BitOf(kTurn));
 
 // In the order of Failure.
 constexpr FailureRow kFailures[] = {
@@ -31,17 +31,17 @@ constexpr FailureRow kFailures[] = {
     {"short", 0, Bits(kRead, kWrite)},
     {"denied", EACCES, Bits(kOpen, kDelete, kRenameNew, kRename, kLink, kStatus, kPathName)},
     {"read-only", EROFS, Bits(kOpen, kDelete, kRenameNew, kRename, kLink)},
-    {"busy", EAGAIN, Bits(kLock)},
+    {"busy", EAGAIN, Bits(kLock, kTurn)},
     {"interrupted", EINTR, Bits(kOpen, kClose, kRead, kWrite, kSync)},
     {"no descriptors", EMFILE, Bits(kOpen)},
-    {"unsupported", ENOSYS, Bits(kRenameNew)},
+    {"unsupported", ENOSYS, Bits(kRenameNew, kTurn)},
     {"overlooked", 0, Bits(kAccess)},
 };
 static_assert(sizeof kFailures / sizeof kFailures[0] == static_cast<size_t>(Failure::kCount));
 
-constexpr const char* kOperations[] = {"memory",    "open",   "close",  "read",   "write",  "truncate",
-                                       "sync",      "size",   "lock",   "unlock", "delete", "access",
-                                       "path name", "status", "rename", "rename", "link",   "random"};
+constexpr const char* kOperations[] = {"memory", "open",   "close",  "read",   "write",  "truncate",  "sync",
+                                       "size",   "lock",   "unlock", "delete", "access", "path name", "status",
+                                       "rename", "rename", "link",   "random", "turn"};
 static_assert(sizeof kOperations / sizeof kOperations[0] == static_cast<size_t>(Operation::kCount));
 
 struct State {

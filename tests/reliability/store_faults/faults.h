@@ -28,6 +28,7 @@ enum class Operation : uint8_t {
   kRename,
   kLink,
   kRandom,
+  kTurn,  // a folder locked while a volume is made in it
   kCount
 };
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -45,6 +46,7 @@ ssize_t __real_write(int file, const void* bytes, size_t count);
 ssize_t __real_pread(int file, void* bytes, size_t count, off_t offset);
 ssize_t __real_pwrite(int file, const void* bytes, size_t count, off_t offset);
 int __real_fcntl(int file, int command, void* argument);
+int __real_flock(int file, int operation);
 int __real_fstat(int file, struct stat* found);
 int __real_lstat(const char* path, struct stat* found);
 int __real_unlink(const char* path);
@@ -93,6 +95,7 @@ int __wrap_fcntl(int file, int command, ...) {
   return Refused(Operation::kLock) ? -1 : __real_fcntl(file, command, argument);
 }
 
+int __wrap_flock(int file, int operation) { return Refused(Operation::kTurn) ? -1 : __real_flock(file, operation); }
 int __wrap_fstat(int file, struct stat* found) { return Refused(Operation::kSize) ? -1 : __real_fstat(file, found); }
 int __wrap_lstat(const char* path, struct stat* found) {
   return Refused(Operation::kStatus) ? -1 : __real_lstat(path, found);

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "workload.h"
+#include "fault_workload.h"
 
 // The same for the same seed.
 Workload RandomWorkload(uint64_t seed);

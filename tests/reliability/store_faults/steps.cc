@@ -1,11 +1,11 @@
-// The steps of workloads: see workload.h.
+// The steps of workloads: see fault_workload.h.
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
+#include "fault_workload.h"
 #include "faults.h"
 #include "local_heap.h"
-#include "workload.h"
 
 using faults::Exposed;
 

@@ -2,8 +2,8 @@
 // store.
 #include <stdexcept>
 
+#include "fault_workload.h"
 #include "faults.h"
-#include "workload.h"
 
 namespace {
 
