@@ -74,6 +74,8 @@ Status VolumeFile::Begin() {
   STORE_TRY(CheckStillThere());
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(kRollback, statement));  // there when it is needed, however short memory is by then
+  if (side_file_existed_ && !log_is_ours_) STORE_TRY(TakeUpLog());
+  log_is_ours_ = true;
   STORE_TRY(Prepared(kBegin, statement));
   return StatementUse(*statement).Run();
 }
@@ -143,12 +145,17 @@ Status VolumeFile::Settle() {
   const Status there = CheckStillThere();
   STORE_TRY(there == Status::kCorrupt ? there : Status::kOk);
   if (there != Status::kOk) return Status::kOk;  // the names beside it may belong to another file by now
-  const int result =
-      sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
-  STORE_TRY(StatusOfSqlite(result));
+  STORE_TRY(TakeUpLog());
   STORE_TRY(StatusOfSqlite(sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr)));
   settled_ = true;
   return Status::kOk;
+}
+
+Status VolumeFile::TakeUpLog() {
+  const int result =
+      sqlite3_wal_checkpoint_v2(connection_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+  STORE_TRY(StatusOfSqlite(result));
+  return RememberSize();
 }
 
 // The path still leads to the file that was opened, and nobody has cut it. What is written to a file without a name would

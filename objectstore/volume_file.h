@@ -7,6 +7,8 @@
 // (F3) A child process made by fork may not use it.
 // (F4) The main file takes up what stands in its side file only by a checkpoint that this class asks for, so that its
 //      failure is seen.
+// (F5) Before the first flush of a mount, a log that the mount found is taken up and begun anew: behind its end it may hold
+//      shreds of a flush that never was, and a second power cut could complete them with sectors of the new one.
 #pragma once
 
 #include <sys/types.h>
@@ -71,6 +73,7 @@ class VolumeFile {
   Status CheckSchema();
   Status ReasonOf(Status status) const;
   Status CheckStillThere() const;
+  Status TakeUpLog();
   Status RememberSize();
   bool HoldsLock() const;
   void RemoveEmptySideFile() const;
@@ -93,6 +96,7 @@ class VolumeFile {
   pid_t owner_;
   uint64_t known_bytes_ = 0;  // the file is at least this long, unless somebody cuts it
   bool side_file_existed_ = false;
+  bool log_is_ours_ = false;  // all of it was written by this mount
   bool settled_ = false;
   bool directory_synced_ = true;
   int side_file_pages_ = 0;

@@ -85,6 +85,31 @@ TEST_F(VolumeFile, FlushesGoOnAfterTheSideFileWasTakenUp) {
   Unmount(guid);
 }
 
+// Behind the end of a log that a mount finds there may be shreds of a flush that never was.
+TEST_F(VolumeFile, TheFirstFlushAfterACrashBeginsANewLog) {
+  const CEGUID guid = Mount(CREATE_NEW);
+  const CEOID database = Create(guid, u"a");
+  Write(Open(guid, database), 0, 1, u"flushed");
+  ASSERT_TRUE(CeFlushDBVol(&guid));
+  fs::copy_file(File(), File("crashed.vol"));
+  fs::copy_file(File("test.vol-wal"), File("crashed.vol-wal"));
+  Unmount(guid);
+  const std::string log = Bytes(File("crashed.vol-wal"));
+  const auto salts = [](const std::string& bytes) { return bytes.substr(16, 8); };
+
+  const CEGUID found = Mount(OPEN_EXISTING, "crashed.vol");
+  EXPECT_EQ(Bytes(File("crashed.vol-wal")), log) << "a mount writes nothing";
+  Write(Open(found, database), 0, 2, u"after the crash");
+  ASSERT_TRUE(CeFlushDBVol(&found));
+  const std::string next = Bytes(File("crashed.vol-wal"));
+  EXPECT_NE(salts(next), salts(log));
+  Write(Open(found, database), 0, 3, u"once more");
+  ASSERT_TRUE(CeFlushDBVol(&found));
+  EXPECT_EQ(salts(Bytes(File("crashed.vol-wal"))), salts(next)) << "it is taken up once";
+  EXPECT_EQ(Contents(found, database).size(), 3u);
+  Unmount(found);
+}
+
 // A path of 259 characters may have three times as many bytes, and those of the folder that it stands in.
 TEST_F(VolumeFile, APathThatIsTooLongForTheStoreIsNotFoundAndLeavesNothing) {
   const fs::path before = fs::current_path();
