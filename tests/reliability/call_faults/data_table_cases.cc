@@ -130,7 +130,6 @@ Cases CounterCases() {
   return {
       {"MDbDataTblGetRecCount", "three records", Template::kUsual, OpenAgent, Count},
       {"MDbDataTblGetRecCount", "no records", Template::kEmpty, OpenAgent, Count},
-      {"MDbDataTblGetRecCount", "5000 records", Template::kFull, OpenAgent, Count},
       {"MDbDeleteTblGetRecCount", "one entry", Template::kUsual, OpenAgent, CountLog},
       {"MDbDeleteTblGetRecCount", "no entries", Template::kEmpty, OpenAgent, CountLog},
       {"StartCreationSeqCache", "a counter", Template::kUsual, OpenAgent, StartCache},

@@ -78,7 +78,6 @@ Cases AddingCases() {
       {"MDbRecsetNewRec", "direct", Template::kUsual, Direct, New, AddingRules(false, false)},
       {"MDbRecsetNewRec", "direct, the first", Template::kEmpty, Direct, New, AddingRules(false, false)},
       {"MDbRecsetNewRec", "a view", Template::kUsual, Filtered, New, AddingRules(true, false)},
-      {"MDbRecsetNewRec", "5000 records", Template::kFull, Direct, New, {}, MDbStatusRecordLimit},
       {"MDBRecsetDupRec", "direct", Template::kUsual, Direct, Duplicate<1>, AddingRules(false, false)},
       {"MDBRecsetDupRec", "direct, a record with fewer fields", Template::kFewer, Direct, Duplicate<0>,
        AddingRules(false, false)},
@@ -86,13 +85,6 @@ Cases AddingCases() {
       {"MDBRecsetDupRec", "direct, no record there", Template::kUsual, Direct, Duplicate<3>, {}, MDbStatusFailed},
       {"MDBRecsetDupRec", "a view", Template::kUsual, Filtered, Duplicate<1>, from_view},
       {"MDBRecsetDupRec", "a view, no record there", Template::kUsual, Filtered, Duplicate<2>, {}, MDbStatusFailed},
-      {"MDBRecsetDupRec",
-       "5000 records",
-       Template::kFull,
-       Direct,
-       Duplicate<0>,
-       {{"CeSeekDatabase(OBJG_0*", GoesOn()}},
-       MDbStatusRecordLimit},
   });
   for (FaultCase& fault_case : cases) {
     fault_case.onwards = {{"CeSeekDatabase(*=0x3000*", Fails()}};

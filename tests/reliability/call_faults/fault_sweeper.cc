@@ -1,8 +1,6 @@
 // The runs of one case and what is expected after each.
 #include "fault_sweeper.h"
 
-#include <regex>
-
 #include "reopened_file.h"
 
 namespace callfaults {
@@ -94,10 +92,11 @@ Lines Without(Ignored ignored, Lines lines) {
   if (ignored == Ignored::kNothing) return lines;
   std::erase_if(lines, [](const std::string& line) { return line.starts_with("VTBL_0 "); });
   if (ignored == Ignored::kView) return lines;
-  static const std::regex second_order("(DATA_0 name=.*sorts=\\[0x40013:0), [^\\]]*\\]");
-  static const std::regex sort_value("0x30003=-?[0-9]+");
   for (std::string& line : lines) {
-    line = std::regex_replace(std::regex_replace(line, second_order, "$1]"), sort_value, "0x30003=*");
+    const size_t second_order = line.starts_with("DATA_0 name=") ? line.find(", 0x", line.find("sorts=[")) : line.npos;
+    if (second_order != line.npos) line = line.substr(0, second_order) + "]";
+    const size_t value = line.find(", 0x30003=");
+    if (value != std::string::npos) line.erase(value, line.find(", ", value + 1) - value);
   }
   return lines;
 }
@@ -127,12 +126,13 @@ Lines FaultSweeper::VolumeOf(const World& world) const { return Without(case_.ig
 void FaultSweeper::Run() {
   RunClean();
   if (::testing::Test::HasFailure() || case_.platform != Platform::kFails) return;
-  for (const Way way : {Way::kAlone, Way::kAgain, Way::kOnwards}) {
+  for (const Way way : {Way::kAlone, Way::kOnwards}) {
     size_t n = 0;
     while (n < kMostCalls && RunFaulty(n, way, std::nullopt) && !::testing::Test::HasFailure()) ++n;
     EXPECT_LT(n, kMostCalls) << "the call never gets through";
     if (::testing::Test::HasFailure()) return;
   }
+  for (const size_t n : called_again_) RunFaulty(n, Way::kAgain, std::nullopt);
   EXPECT_GT(faulty_runs_, 0u) << "nothing was made to fail";
 }
 
@@ -156,7 +156,7 @@ void FaultSweeper::RunClean() {
   reference_.volume_after = VolumeOf(world);
   reference_.handles_after = world.Handles();
   reference_.outputs_after = world.out.Describe();
-  Finish(world, calls, false, Way::kAlone);
+  Finish(world, calls, reference_.volume_after, false, Way::kAlone);
   EXPECT_EQ(seam::LiveBlocks(), blocks) << "heap blocks are left";
 }
 
@@ -186,12 +186,13 @@ bool FaultSweeper::RunFaulty(size_t n, Way way, std::optional<DWORD> error) {
   if (failed != nullptr) {
     ++faulty_runs_;
     const Outcome outcome = Expected(calls, way);
-    ExpectOutcome(world, outcome, status, way);
+    const Lines held = ExpectOutcome(world, outcome, status, way);
+    if (way == Way::kAlone && !error && outcome.again != Again::kNo) called_again_.push_back(n);
     if (way == Way::kAgain) CallAgain(world, outcome);
-    Finish(world, calls, outcome.stays_mounted, way);
+    Finish(world, calls, held, outcome.stays_mounted, way);
   } else {
     ExpectAsAfter(world, status);
-    Finish(world, calls, false, Way::kAlone);
+    Finish(world, calls, reference_.volume_after, false, Way::kAlone);
   }
   EXPECT_EQ(seam::LiveBlocks(), blocks) << "heap blocks are left";
   if (failed != nullptr && way == Way::kAlone && !error && NumberMatters(*failed)) {
@@ -226,14 +227,16 @@ Outcome FaultSweeper::Expected(const std::vector<seam::Call>& calls, Way way) co
   return expected;
 }
 
-void FaultSweeper::ExpectOutcome(const World& world, const Outcome& outcome, uint32_t status, Way way) const {
+Lines FaultSweeper::ExpectOutcome(const World& world, const Outcome& outcome, uint32_t status, Way way) const {
   EXPECT_EQ(status, outcome.goes_on ? case_.clean : outcome.status);
   const auto& outputs = outcome.outputs == Held::kAfter ? reference_.outputs_after : reference_.outputs_before;
   ExpectSame("outputs", world.out.Describe(), outputs, outcome.output_changes);
   const auto& handles = outcome.handles == Held::kAfter ? reference_.handles_after : reference_.handles_before;
   const bool onwards = way == Way::kOnwards && outcome.has_onwards_changes;
   ExpectSame("handles", world.Handles(), handles, onwards ? outcome.onwards_changes : outcome.handle_changes);
-  ExpectVolume(VolumeOf(world), outcome.volume);
+  Lines now = VolumeOf(world);
+  ExpectVolume(now, outcome.volume);
+  return now;
 }
 
 void FaultSweeper::ExpectVolume(const Lines& now, Held held) const {
@@ -276,7 +279,6 @@ void FaultSweeper::ExpectAsAfter(const World& world, uint32_t status) const {
 }
 
 void FaultSweeper::CallAgain(World& world, const Outcome& outcome) {
-  if (outcome.again == Again::kNo) return;
   SCOPED_TRACE("called again");
   if (outcome.recover) outcome.recover(world);
   world.out = Outputs();
@@ -285,7 +287,9 @@ void FaultSweeper::CallAgain(World& world, const Outcome& outcome) {
   EXPECT_EQ(status, outcome.again_status);
 }
 
-void FaultSweeper::Finish(World& world, const std::vector<seam::Call>& calls, bool stays_mounted, Way way) {
+// held is what the file holds; after a second call, which was compared already, it is not looked at.
+void FaultSweeper::Finish(World& world, const std::vector<seam::Call>& calls, const Lines& held, bool stays_mounted,
+                          Way way) {
   SCOPED_TRACE("closed and opened again");
   // What a failing close of the platform left open in the platform is not the engine's to close any more.
   for (const seam::Call& call : calls) {
@@ -293,12 +297,10 @@ void FaultSweeper::Finish(World& world, const std::vector<seam::Call>& calls, bo
     if (call.name == "FindClose") (void)FindClose(static_cast<HANDLE>(call.arguments[0]));
     if (call.name == "FWCloseSession") (void)FWCloseSession(static_cast<uint32_t>(call.arguments[0]));
   }
-  const Lines held = world.Volume();
   CloseEverything(world, stays_mounted);
+  if (way == Way::kAgain) return;
   const Lines at_rest = world.Volume();
-  if (way != Way::kAgain) {
-    EXPECT_EQ(Without(case_.ignored, at_rest), Without(case_.ignored, held)) << "closing changed the file";
-  }
+  EXPECT_EQ(Without(case_.ignored, at_rest), held) << "closing changed the file";
   ExpectFileWorks(world, at_rest, way == Way::kOnwards);
 }
 

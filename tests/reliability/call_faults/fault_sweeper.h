@@ -5,8 +5,9 @@
 //   that call and every later one, and the file is closed and opened again.
 // Where the platform's error number decides, other numbers are tried as well.
 //
-// After each run everything that was open closes, no block, handle or mount is left, and the environment opens the file
-// again and reads from it exactly what the store holds.
+// After each run everything that was open closes, and no block, handle or mount is left. After the first and the third,
+// the environment opens the file again and reads from it exactly what the store holds; after the second the file is what
+// a run without a failure leaves.
 #pragma once
 
 #include <optional>
@@ -36,15 +37,16 @@ class FaultSweeper {
   void CallAgain(World& world, const Outcome& outcome);
   Outcome Expected(const std::vector<seam::Call>& calls, Way way) const;
   const Rule* RuleFor(const Rules& rules, const std::vector<seam::Call>& calls, size_t failed) const;
-  void ExpectOutcome(const World& world, const Outcome& outcome, uint32_t status, Way way) const;
+  Lines ExpectOutcome(const World& world, const Outcome& outcome, uint32_t status, Way way) const;
   void ExpectVolume(const Lines& now, Held held) const;
   void ExpectAsAfter(const World& world, uint32_t status) const;
-  void Finish(World& world, const std::vector<seam::Call>& calls, bool stays_mounted, Way way);
+  void Finish(World& world, const std::vector<seam::Call>& calls, const Lines& held, bool stays_mounted, Way way);
   Lines VolumeOf(const World& world) const;
 
   const FaultCase& case_;
   Reference reference_;
   size_t faulty_runs_ = 0;
+  std::vector<size_t> called_again_;  // the failures after which the same call has an answer worth asking for
 };
 
 }  // namespace callfaults

@@ -77,7 +77,6 @@ Cases OpeningCases() {
   Cases cases = {
       {"MDbDataTblOpenRec", "the first", Template::kUsual, At<0>, OpenAtCursor},
       {"MDbDataTblOpenRec", "the last", Template::kUsual, At<2>, OpenAtCursor},
-      {"MDbDataTblOpenRec", "the last of 5000", Template::kFull, At<4999>, OpenAtCursor},
       {"MDbDataTblOpenRec", "behind the last", Template::kUsual, At<3>, OpenAtCursor, {}, MDbStatusFailed},
       {"MDbDataTblOpenRec", "no cursor", Template::kUsual, At<-1>, OpenAtCursor, {}, MDbStatusFailed},
       {"MDbDataTblOpenRec", "an empty table", Template::kEmpty, At<0>, OpenAtCursor, {}, MDbStatusFailed},
