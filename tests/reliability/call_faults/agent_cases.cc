@@ -16,11 +16,9 @@ void WithCachedOptions(World& world) {
 
 // Everything is closed again after a failure; what a later failure keeps from closing is the volume and its catalogue.
 Rules Opening() {
-  const auto closed = [](uint32_t status, std::vector<std::string> left = {}) {
-    std::vector<std::string> handles = {"ref.volume=set"};
-    handles.insert(handles.end(), left.begin(), left.end());
+  const auto closed = [](uint32_t status, const std::vector<std::string>& handles = {}) {
     std::vector<std::string> stuck = handles;
-    stuck.insert(stuck.end(), {"ref.opened=1", "ref.catalog.isOpen=1", "ref.catalog.oid=*"});
+    stuck.insert(stuck.end(), {"ref.volume=set", "ref.opened=1", "ref.catalog.isOpen=1", "ref.catalog.oid=*"});
     return Fails(status).Handles(Held::kBefore, handles).Onwards(stuck);
   };
   return {
@@ -42,8 +40,9 @@ Rules Opening() {
 
 Cases OpeningAndClosing() {
   // Closing what a failed opening has open fails nowhere: statuses besides 0 are those of the file itself.
-  const Rules any_close_goes_on = {{"CloseHandle(OBJG_0)", GoesOn()},
-                                   {"CeUnmountDBVol(*", GoesOn().Handles(Held::kAfter, {"ref.opened=1"})}};
+  const Rules any_close_goes_on = {
+      {"CloseHandle(OBJG_0)", GoesOn()},
+      {"CeUnmountDBVol(*", GoesOn().Handles(Held::kAfter, {"ref.volume=set", "ref.opened=1"})}};
   Cases cases = {
       {"MDbAgentOpenDb", "a database", Template::kUsual, kNothing, Open, Opening()},
       {"MDbAgentOpenDb", "an empty table", Template::kEmpty, kNothing, Open, Opening()},
@@ -58,32 +57,32 @@ Cases OpeningAndClosing() {
   };
   for (FaultCase& fault_case : cases) {
     fault_case.onwards = {
-        {"CloseHandle(OBJG_0)",
-         GoesOn().Handles(Held::kAfter, {"ref.opened=1", "ref.catalog.isOpen=1", "ref.catalog.oid=set"})}};
+        {"CloseHandle(OBJG_0)", GoesOn().Handles(Held::kAfter, {"ref.volume=set", "ref.opened=1",
+                                                                "ref.catalog.isOpen=1", "ref.catalog.oid=set"})}};
   }
   // A table whose handle does not close is gone with its volume; only a volume that does not unmount stays open.
   const Rules closing = {
       {"CloseHandle(OBJG_0)", GoesOn()},
       {"CloseHandle(*", Fails().Handles(Held::kAfter).AgainAnswers(0)},
-      {"CeUnmountDBVol(*", Fails().Handles(Held::kAfter, {"ref.opened=1"})},
+      {"CeUnmountDBVol(*", Fails().Handles(Held::kAfter, {"ref.volume=set", "ref.opened=1"})},
   };
   for (const bool cached : {false, true}) {
     cases.push_back({"MDbAgentCloseDb", cached ? "cached options" : "a database", Template::kUsual,
                      cached ? WithCachedOptions : OpenAgent, Close, closing});
     cases.back().onwards = {
-        {"CloseHandle(OBJG_0)",
-         Fails().Handles(Held::kAfter, {"ref.opened=1", "ref.catalog.isOpen=1", "ref.catalog.oid=set"})},
-        {"CloseHandle(*",
-         Fails().Handles(Held::kAfter, {"ref.opened=1", "ref.catalog.isOpen=1", "ref.catalog.oid=set", "data.opened=1",
-                                        "data.handle=set", "data.oid=set", "data.logHandle=set", "data.logOid=set"})}};
+        {"CloseHandle(OBJG_0)", Fails().Handles(Held::kAfter, {"ref.volume=set", "ref.opened=1", "ref.catalog.isOpen=1",
+                                                               "ref.catalog.oid=set"})},
+        {"CloseHandle(*", Fails().Handles(Held::kAfter, {"ref.volume=set", "ref.opened=1", "ref.catalog.isOpen=1",
+                                                         "ref.catalog.oid=set", "data.opened=1", "data.handle=set",
+                                                         "data.oid=set", "data.logHandle=set", "data.logOid=set"})}};
   }
-  cases.push_back(
-      {"MDbAgentCloseDb",
-       "the volume alone",
-       Template::kUsual,
-       OpenVolume,
-       Close,
-       {{"CloseHandle(*", GoesOn()}, {"CeUnmountDBVol(*", Fails().Handles(Held::kAfter, {"ref.opened=1"})}}});
+  cases.push_back({"MDbAgentCloseDb",
+                   "the volume alone",
+                   Template::kUsual,
+                   OpenVolume,
+                   Close,
+                   {{"CloseHandle(*", GoesOn()},
+                    {"CeUnmountDBVol(*", Fails().Handles(Held::kAfter, {"ref.volume=set", "ref.opened=1"})}}});
   cases.back().onwards = {{"CloseHandle(*", Fails()}};
   cases.push_back({"MDbAgentCloseDb", "nothing open", Template::kUsual, kNothing, Close});
   cases.back().platform = Platform::kUnused;

@@ -145,19 +145,19 @@ Cases OpeningAndClosing() {
   // A catalogue that answers 0 is closed again with its volume.
   cases.push_back({"MDbOpen", "the catalogue's handle 0", Template::kUsual, kNothing, Open,
                    Rules{{"CeOpenDatabaseEx(*", Fails(MDbStatusCannotOpen)
-                                                    .Handles(Held::kBefore, {"ref.volume=set"})
+
                                                     .Onwards({"ref.volume=set", "ref.opened=1"})}} +
                        opening});
   cases.back().failures = {{"CeOpenDatabaseEx", {0, ERROR_OUTOFMEMORY}}};
 
   // The catalogue's handle goes with the volume, whether or not it closes; a volume that does not unmount stays open.
-  cases.push_back(
-      {"MDbClose",
-       "an open database",
-       Template::kUsual,
-       OpenVolume,
-       Close,
-       {{"CloseHandle(OBJG_0)", GoesOn()}, {"CeUnmountDBVol(*", Fails().Handles(Held::kAfter, {"ref.opened=1"})}}});
+  cases.push_back({"MDbClose",
+                   "an open database",
+                   Template::kUsual,
+                   OpenVolume,
+                   Close,
+                   {{"CloseHandle(OBJG_0)", GoesOn()},
+                    {"CeUnmountDBVol(*", Fails().Handles(Held::kAfter, {"ref.volume=set", "ref.opened=1"})}}});
   cases.back().onwards = {{"CloseHandle(OBJG_0)", Fails()}};
   cases.push_back({"MDbClose", "a closed reference", Template::kUsual, kNothing, Close, {}, MDbStatusFailed});
   cases.back().platform = Platform::kUnused;
