@@ -6,8 +6,9 @@
 // Where the platform's error number decides, other numbers are tried as well.
 //
 // After each run everything that was open closes, and no block, handle or mount is left. After the first and the third,
-// the environment opens the file again and reads from it exactly what the store holds; after the second the file is what
-// a run without a failure leaves.
+// the environment opens the file again and finds in it by a query; contents that no run of the case left before are read
+// whole, which gives exactly what the store holds, and written to. After the second the file is what a run without a
+// failure leaves.
 #pragma once
 
 #include <optional>
@@ -45,6 +46,7 @@ class FaultSweeper {
 
   const FaultCase& case_;
   Reference reference_;
+  std::set<Lines> read_;  // contents that were read back
   size_t faulty_runs_ = 0;
   std::vector<size_t> called_again_;  // the failures after which the same call has an answer worth asking for
 };

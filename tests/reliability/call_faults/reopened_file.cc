@@ -243,15 +243,15 @@ void CloseEverything(World& world, bool stays_mounted) {
   ExpectNothingOpen(world);
 }
 
-void ExpectFileWorks(World& world, const Lines& volume, bool writing) {
+void ExpectFileWorks(World& world, const Lines& volume, bool whole) {
   const uint32_t expected = OpenStatus(volume);
   EXPECT_EQ(MDbAgentOpenDb(&world.env, world.path.c_str()), expected);
   if (expected == MDbStatusOk) {
     Reader reader(world);
-    reader.CompareCatalogue(volume);
-    reader.CompareRecords(volume);
+    if (whole) reader.CompareCatalogue(volume);
+    if (whole) reader.CompareRecords(volume);
     reader.ExpectQueryFinds();
-    if (writing) reader.ExpectRecordCanBeAdded(world, volume);
+    if (whole) reader.ExpectRecordCanBeAdded(world, volume);
     EXPECT_EQ(MDbAgentCloseDb(&world.env), MDbStatusOk);
   }
   EXPECT_EQ(MDbShutdown(&world.env, 0, 0), MDbStatusOk);

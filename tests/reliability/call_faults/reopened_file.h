@@ -9,9 +9,9 @@ namespace callfaults {
 // is undone here past the engine. Nothing of the engine may be open afterwards.
 void CloseEverything(World& world, bool stays_mounted);
 
-// Opens the file, which holds volume, with the same environment: the status is the one that its contents ask for. If it opens, a
-// full read through the engine gives what the store holds, a query finds, with writing a record can be added, and it
-// closes again.
-void ExpectFileWorks(World& world, const Lines& volume, bool writing);
+// Opens the file, which holds volume, with the same environment: the status is the one that its contents ask for. If it
+// opens, a query finds, and it closes again; with whole, a full read through the engine gives what the store holds, and a
+// record can be added.
+void ExpectFileWorks(World& world, const Lines& volume, bool whole);
 
 }  // namespace callfaults
