@@ -58,13 +58,18 @@ Status VolumeFile::ForEachRow(Table table, int64_t first, int64_t last, const Ro
   STORE_TRY(Prepared(QueryOf(kRead, table), statement));
   StatementUse use(*statement);
   use.Bind(0, first).Bind(1, last);
-  for (;;) {
+  int64_t previous = 0;
+  for (bool is_first = true;; is_first = false) {
     bool has_row = false;
     STORE_TRY(use.Step(has_row));
     if (!has_row) return Status::kOk;
     int64_t key = 0;
     std::span<const uint8_t> body;
     if (!use.GetNumber(0, key) || !use.GetBlob(1, body)) return Status::kCorrupt;
+    // SQLite takes the order of a table's pages for granted: one in another's place gives rows twice or out of order,
+    // each of them sound.
+    if (key < first || key > last || (!is_first && key <= previous)) return Status::kCorrupt;
+    previous = key;
     STORE_TRY(sink(key, body));
   }
 }
