@@ -24,5 +24,7 @@ xkrdb_shared_library(xkrdb_wordbreaker XKRWBRKCE "${PROJECT_SOURCE_DIR}/wordbrea
 xkrdb_shared_library(xkrdb XKRDBCEPPC "${PROJECT_SOURCE_DIR}/engine/exports.txt"
                      FOLDERS engine catalog records recset datetime platform_posix
                      LIBRARIES xkrdb_objectstore xkrdb_wordbreaker)
+# The calls of xkrvolume.h are the object store's own: who links the library gets them as well.
+target_link_libraries(xkrdb INTERFACE xkrdb_objectstore)
 target_include_directories(xkrdb INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/xkrdb>)

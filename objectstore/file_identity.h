@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <string>
+#include <utility>
 
 #include "status.h"
 
@@ -53,6 +54,7 @@ class FileDescriptor {
   ~FileDescriptor();
   int number() const { return number_; }
   bool valid() const { return number_ >= 0; }
+  void Swap(FileDescriptor& other) { std::swap(number_, other.number_); }
 
  private:
   int number_;

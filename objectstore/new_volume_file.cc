@@ -103,7 +103,7 @@ Status LockAgainstMounts(int file) {
 
 // Creators in one directory take turns, so that none removes the side file of a volume that another has just created.
 // Who cannot have its turn (somebody uses the directory as a lock, or the file system has none) removes nothing.
-Status PublishNew(const FileUnderConstruction& made, const FilePath& path, NewFile& new_file) {
+Status PublishNew(const char* made, const FilePath& path, NewFile& new_file) {
   const FileDescriptor directory(
       Uninterrupted([&] { return open(path.directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
   if (!directory.valid()) return StatusOfErrno(errno);
@@ -114,9 +114,9 @@ Status PublishNew(const FileUnderConstruction& made, const FilePath& path, NewFi
   if (kind != FileKind::kMissing) return Status::kAlreadyExists;
   if (!has_turn && HasSideFiles(path)) return Status::kSharingViolation;
   STORE_TRY(RemoveSideFiles(path));
-  if (renameat2(AT_FDCWD, made.path(), AT_FDCWD, path.full.c_str(), RENAME_NOREPLACE) != 0) {
+  if (renameat2(AT_FDCWD, made, AT_FDCWD, path.full.c_str(), RENAME_NOREPLACE) != 0) {
     if (errno != EINVAL && errno != ENOSYS) return StatusOfErrno(errno);
-    if (link(made.path(), path.full.c_str()) != 0) return StatusOfErrno(errno);
+    if (link(made, path.full.c_str()) != 0) return StatusOfErrno(errno);
   }
   new_file.Made();
   return Status::kOk;
@@ -162,7 +162,15 @@ Status CreateVolumeFile(const FilePath& path, Existing existing, NewFile& new_fi
   const FileDescriptor file(Uninterrupted([&] { return open(made.path(), kFlags, 0600); }));
   if (!file.valid()) return StatusOfErrno(errno);
   STORE_TRY(WriteAll(file.number(), bytes));
-  return existing == Existing::kReplace ? PublishInPlace(made, path) : PublishNew(made, path, new_file);
+  return existing == Existing::kReplace ? PublishInPlace(made, path) : PublishNew(made.path(), path, new_file);
+}
+
+Status PublishVolumeFile(const std::string& made, const FilePath& path) {
+  NewFile new_file(path);
+  STORE_TRY(PublishNew(made.c_str(), path, new_file));
+  STORE_TRY(SyncDirectory(path.directory));
+  new_file.Keep();
+  return Status::kOk;
 }
 
 }  // namespace objectstore

@@ -27,4 +27,8 @@ enum class Existing { kRefuse, kReplace };
 // new volume or the old one. A file that was not there before is told to new_file as soon as it has its name.
 Status CreateVolumeFile(const FilePath& path, Existing existing, NewFile& new_file);
 
+// Gives a whole volume, written out under another name in the same folder and not mounted, its name. Already exists when
+// something stands there. The directory entry is durable afterwards.
+Status PublishVolumeFile(const std::string& made, const FilePath& path);
+
 }  // namespace objectstore

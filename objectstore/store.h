@@ -24,6 +24,9 @@ class Store {
   Status Unmount(const CEGUID* guid);
   Status Flush(const CEGUID* guid);
 
+  // Whether this process has the file mounted. To open it and to close it again would cost the mount its lock.
+  bool HasMounted(const FileIdentity& identity) const { return FindMounted(identity) != nullptr; }
+
   // Null when the name is not that of the system's store or of a mounted volume.
   Volume* FindVolume(const CEGUID* guid) const;
 

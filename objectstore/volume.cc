@@ -127,6 +127,19 @@ Status Volume::CreateDatabase(const CEDBASEINFO& info, CEOID& oid) {
   return Status::kOk;
 }
 
+// By ascending identifier, one database after the other. The time of the last change is what it was.
+Status Volume::RestoreDatabase(CEOID oid, const Description& description, std::span<const RecordRef> records) {
+  if (!databases_.empty() && databases_.back()->oid() >= oid) return Status::kInvalidParameter;
+  Description made = description;
+  made.record_count = 0;
+  made.record_bytes = 0;
+  auto database = std::make_unique<Database>(oid, made);
+  for (const RecordRef& record : records) STORE_TRY(database->PutRecord(record));
+  STORE_TRY(database->SetDescription(description, true));
+  databases_.push_back(std::move(database));
+  return Status::kOk;
+}
+
 Status Volume::SetDatabaseInfo(CEOID oid, const CEDBASEINFO& info) {
   Database* database = Find(oid);
   if (database == nullptr) return Status::kInvalidParameter;

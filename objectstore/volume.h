@@ -54,6 +54,10 @@ class Volume {
   Status SetDatabaseInfo(CEOID oid, const CEDBASEINFO& info);
   Status DeleteDatabase(CEOID oid);
 
+  // For a volume that is made of what was saved from another: a database and its identifiers as they were there.
+  Status RestoreDatabase(CEOID oid, const Description& description, std::span<const RecordRef> records);
+  void RestoreNextIdentifier(CEOID next) { head_.next_identifier = next; }
+
   // The identifier of the next object; it is taken once it is used.
   Status NextIdentifier(CEOID& oid) const;
   void UseIdentifier() { ++head_.next_identifier; }

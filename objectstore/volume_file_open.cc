@@ -3,53 +3,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <iterator>
 #include <span>
 #include <string_view>
 
 #include "volume_file.h"
+#include "volume_header.h"
 #include "volume_schema.h"
 
 namespace objectstore {
 
 namespace {
 
-constexpr size_t kHeaderBytes = 100;
 constexpr off_t kLargestFileBytes = off_t{64} << 30;
-constexpr char kMagic[] = "SQLite format 3";
-
-uint32_t BigEndian32(const uint8_t* bytes) {
-  return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
-}
-
-// The header of SQLite's file format: the parts of it that are the same in every volume. What else could stand there
-// would change the meaning of pages, or move them.
-bool IsVolumeHeader(const uint8_t* header) {
-  static constexpr struct {
-    size_t offset;
-    uint32_t value;
-  } kNumbers[] = {
-      {44, 4},               // format of the table of tables
-      {52, 0},               // pages do not move by themselves
-      {56, 1},               // texts are UTF-8
-      {60, kFormatVersion},  //
-      {64, 0},               // nor do they on request
-      {68, kApplicationId},  //
-      {72, 0},
-      {76, 0},
-      {80, 0},
-      {84, 0},
-      {88, 0},  // for expansion
-  };
-  constexpr uint8_t kWriteAheadLog = 2;
-  return std::memcmp(header, kMagic, sizeof kMagic) == 0 && (header[16] << 8 | header[17]) == kPageBytes &&
-         header[18] == kWriteAheadLog && header[19] == kWriteAheadLog && header[20] == 0 &&
-         std::all_of(std::begin(kNumbers), std::end(kNumbers),
-                     [header](const auto& number) { return BigEndian32(header + number.offset) == number.value; });
-}
 
 // One frame of SQLite's write-ahead log, and the log's header before the first.
 constexpr size_t kLogHeaderBytes = 32;
@@ -185,7 +152,7 @@ Status VolumeFile::CheckHeaderInLog() const {
 // would take a pipe or a device for one.
 Status VolumeFile::CheckNeighbours() const {
   bool exists = false;
-  STORE_TRY(Exists(path_.full + "-journal", exists));
+  STORE_TRY(Exists(path_.full + kJournalSuffix, exists));
   if (exists) return Status::kCorrupt;
   struct stat found;
   if (lstat(side_file_.c_str(), &found) != 0) return errno == ENOENT ? Status::kOk : StatusOfErrno(errno);

@@ -48,6 +48,10 @@ inline constexpr char kSetUpConnection[] =
     "PRAGMA temp_store = MEMORY;"
     "PRAGMA max_page_count = 16777216";  // 64 GiB
 
+// For files that are examined: SQLite's own check of the structure.
+inline constexpr char kCheckCellSizes[] = "PRAGMA cell_size_check = ON";
+inline constexpr char kCheckStructure[] = "PRAGMA integrity_check(20)";
+
 inline constexpr char kBegin[] = "BEGIN IMMEDIATE";
 inline constexpr char kCommit[] = "COMMIT";
 inline constexpr char kRollback[] = "ROLLBACK";

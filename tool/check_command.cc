@@ -1,8 +1,10 @@
-// xkrdb check: reads everything that a database holds and judges it. Nothing is written. A fault is something that the
+// xkrdb check: reads everything that a database holds and judges it, first its file, row by row, then what the library
+// reads in it. Nothing is written. A fault is something that the
 // library could not have left behind; a warning is something that was stored as it is but will surprise.
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "commands.h"
 #include "database_formats.h"
@@ -12,6 +14,7 @@
 #include "tool_error.h"
 #include "utf_text.h"
 #include "value_rules.h"
+#include "volume_findings.h"
 
 namespace xkrdb {
 namespace {
@@ -26,7 +29,8 @@ struct Finding {
 
 class Checker {
  public:
-  explicit Checker(Database& database) : database_(database) {}
+  // findings: what was found in the file.
+  Checker(Database& database, std::vector<Finding> findings) : database_(database), findings_(std::move(findings)) {}
 
   std::vector<Finding> Run() {
     Mark();
@@ -206,16 +210,50 @@ std::string Counted(size_t count, const char* one, const char* several) {
   return fmt::format("{} {}", count, count == 1 ? one : several);
 }
 
+std::string InForm(const std::vector<Finding>& findings, const OutputOptions& output) {
+  return output.json ? AsJson(findings) : output.csv ? AsCsv(findings) : AsText(findings);
+}
+
+// What is wrong with the file. A file that is not there, not permitted or in use is left to the opening to tell.
+std::vector<Finding> FileFindings(const std::string& path) {
+  std::vector<VolumeFinding> in_file;
+  if (CheckVolume(path, in_file) == XKRVolumeNone) {
+    throw ToolError(ExitCode::kNotDatabase, fmt::format("{} is not a database of this library", path));
+  }
+  std::vector<Finding> findings;
+  for (VolumeFinding& finding : in_file) {
+    findings.push_back({finding.damage, std::move(finding.where), std::move(finding.what)});
+  }
+  return findings;
+}
+
+// The library refuses a file with damage in it. What is damaged is said all the same.
+ExitCode ReportUnopened(const CheckOptions& options, const std::vector<Finding>& findings, const ToolError& error) {
+  WriteOutput(InForm(findings, options.output));
+  if (error.code() != ExitCode::kNotDatabase) throw error;
+  PrintMessage(fmt::format("xkrdb: {} is damaged and cannot be opened: {}; \"xkrdb repair\" saves what is sound",
+                           options.database, Counted(findings.size(), "fault", "faults")));
+  return error.code();
+}
+
 }  // namespace
 
 ExitCode RunCheck(const CheckOptions& options) {
   RequireDatabaseName(options.database);
-  Database database(options.database);
-  const std::vector<Finding> findings = Checker(database).Run();
+  std::vector<Finding> findings = FileFindings(options.database);
+  std::optional<Database> opened;
+  try {
+    opened.emplace(options.database);
+  } catch (const ToolError& error) {
+    if (findings.empty()) throw;
+    return ReportUnopened(options, findings, error);
+  }
+  Database& database = *opened;
+  findings = Checker(database, std::move(findings)).Run();
   const uint32_t records = database.RecordCount();
   const uint32_t entries = database.LogCount();
   database.Close();
-  WriteOutput(options.output.json ? AsJson(findings) : options.output.csv ? AsCsv(findings) : AsText(findings));
+  WriteOutput(InForm(findings, options.output));
   const auto faults =
       std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return finding.fault; });
   const auto warnings = static_cast<ptrdiff_t>(findings.size()) - faults;

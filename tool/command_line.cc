@@ -35,6 +35,7 @@ class CommandLine {
   void Reading();
   void Editing();
   void Exchanging();
+  void Judging();
 
   CLI::App app_{"An embedded record database: small typed tables, one file each.", "xkrdb"};
   std::function<ExitCode()> command_;
@@ -49,6 +50,7 @@ class CommandLine {
   LogOptions log_;
   ExportOptions export_;
   CheckOptions check_;
+  RepairOptions repair_;
 };
 
 CommandLine::CommandLine() {
@@ -56,13 +58,14 @@ CommandLine::CommandLine() {
   app_.set_help_flag("-h,--help", "Print this help and leave");
   app_.require_subcommand(1);
   app_.footer(
-      "Exit codes: 0 done, 1 nothing found or check failed, 2 wrong usage, 3 bad input,\n"
+      "Exit codes: 0 done, 1 nothing found, check failed or repair lost something, 2 wrong usage, 3 bad input,\n"
       "4 not a database or damaged, 5 in use, 6 input or output failed.\n"
       "Example: xkrdb import flights.xdb flights.csv && xkrdb list flights.xdb --sort launched");
   Making();
   Reading();
   Editing();
   Exchanging();
+  Judging();
 }
 
 CLI::App* CommandLine::Add(const char* name, const char* what, const char* example) {
@@ -231,25 +234,36 @@ write->add_option("--delimiter", export_.delimiter, "What stands between values;
     ->type_name("CHARACTER");
 write->add_flag("--force", export_.force, "Replace the file when it is there");
 write->callback([this] { command_ = [this] { return RunExport(export_); }; });
-
-CLI::App* check = Add("check", "Read everything in a database and judge it", "xkrdb check books.xdb");
-Database(check, check_.database);
-Output(check, check_.output, false);
-check->callback([this] { command_ = [this] { return RunCheck(check_); }; });
 }  // namespace xkrdb
+
+void CommandLine::Judging() {
+  CLI::App* check = Add("check", "Read everything in a database and judge it", "xkrdb check books.xdb");
+  Database(check, check_.database);
+  Output(check, check_.output, false);
+  check->callback([this] { command_ = [this] { return RunCheck(check_); }; });
+
+  CLI::App* repair =
+      Add("repair", "Save what is sound in a damaged database into a new one", "xkrdb repair books.xdb saved.xdb");
+  Database(repair, repair_.database);
+  repair->add_option("target", repair_.target, "The new database, which must not exist")
+      ->required()
+      ->type_name("NEW_DATABASE");
+  Output(repair, repair_.output, false);
+  repair->callback([this] { command_ = [this] { return RunRepair(repair_); }; });
+}
 
 // Words that other tools use for what a command here does.
 struct OtherName {
   const char* typed;
   const char* command;
 };
-constexpr OtherName kOtherNames[] = {{"ls", "list"},      {"select", "list"},   {"query", "list"},  {"sort", "list"},
-                                     {"search", "find"},  {"grep", "find"},     {"create", "new"},  {"init", "new"},
-                                     {"insert", "add"},   {"append", "add"},    {"edit", "set"},    {"update", "set"},
-                                     {"delete", "rm"},    {"remove", "rm"},     {"del", "rm"},      {"copy", "dup"},
-                                     {"cp", "dup"},       {"duplicate", "dup"}, {"get", "show"},    {"cat", "show"},
-                                     {"dump", "export"},  {"load", "import"},   {"schema", "info"}, {"tables", "info"},
-                                     {"verify", "check"}, {"validate", "check"}};
+constexpr OtherName kOtherNames[] = {
+    {"ls", "list"},        {"select", "list"},    {"query", "list"},     {"sort", "list"},   {"search", "find"},
+    {"grep", "find"},      {"create", "new"},     {"init", "new"},       {"insert", "add"},  {"append", "add"},
+    {"edit", "set"},       {"update", "set"},     {"delete", "rm"},      {"remove", "rm"},   {"del", "rm"},
+    {"copy", "dup"},       {"cp", "dup"},         {"duplicate", "dup"},  {"get", "show"},    {"cat", "show"},
+    {"dump", "export"},    {"load", "import"},    {"schema", "info"},    {"tables", "info"}, {"verify", "check"},
+    {"validate", "check"}, {"recover", "repair"}, {"salvage", "repair"}, {"fix", "repair"}};
 
 std::optional<std::string> MeantCommand(const std::string& typed, const std::vector<std::string>& names) {
   for (const OtherName& other : kOtherNames) {

@@ -112,6 +112,13 @@ struct CheckOptions {
 };
 ExitCode RunCheck(const CheckOptions& options);
 
+struct RepairOptions {
+  std::string database;
+  std::string target;
+  OutputOptions output;
+};
+ExitCode RunRepair(const RepairOptions& options);
+
 // Throws ToolError for a database argument that cannot be meant: a data file, "-", nothing.
 void RequireDatabaseName(const std::string& path);
 

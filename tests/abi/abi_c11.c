@@ -1,4 +1,5 @@
 /* The public headers as strict C11: every layout checked by the compiler, and each inline initialiser used once. */
+#include "xkrvolume.h"
 #include "xkrwbrk.h"
 
 #define SIZE_ROW(record, bytes) _Static_assert(sizeof(record) == (bytes), "size of " #record);
@@ -17,6 +18,11 @@ _Static_assert(MDbStatusOk == 0 && MDbStatusFailed == 1 && MDbStatusBadDateText 
                "status codes");
 _Static_assert(MDbFieldNone == 0 && MDbFieldText == 1 && MDbFieldNumber == 2 && MDbFieldDate == 3 && MDbFieldTime == 4,
                "field types");
+
+_Static_assert(XKRVolumeSound == 0 && XKRVolumeDamaged == 1 && XKRVolumeNone == 2 && XKRVolumeMissing == 3 &&
+                   XKRVolumeDenied == 4 && XKRVolumeInUse == 5 && XKRVolumeExists == 6 && XKRVolumeNoMemory == 7 &&
+                   XKRVolumeFailed == 8 && XKRVolumeStopped == 9,
+               "what a call on a volume came to");
 
 int abi_c11_initialises_handle_records(void);
 

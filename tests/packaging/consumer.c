@@ -1,9 +1,10 @@
 /* A program of somebody else's, written against the installed package: makes a database of one field in the working
- * folder, opens it with all its tables, adds a record and reads it back. Compiles as C11 and as C++20. */
+ * folder, opens it with all its tables, adds a record and reads it back, and has the file checked. Compiles as C11 and as C++20. */
 #include <mdb.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <xkrvolume.h>
 
 static void Require(MDbStatus status, const char* step) {
   if (status == MDbStatusOk) return;
@@ -61,6 +62,10 @@ int main(void) {
   Require(MDbAgentCloseDb(&env), "MDbAgentCloseDb");
   Require(MDbShutdown(&env, 0, 0), "MDbShutdown");
 
+  if (XKRVolumeCheck(path, NULL, NULL) != XKRVolumeSound) {
+    (void)fprintf(stderr, "the file is not sound\n");
+    return 1;
+  }
   if (count != 1 || memcmp(read, value, sizeof value) != 0) {
     (void)fprintf(stderr, "%u records, and the field does not hold what was written\n", (unsigned)count);
     return 1;

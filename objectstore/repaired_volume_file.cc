@@ -1,0 +1,56 @@
+// Writing a plan's volume: beside its place, and moved there when it is whole and on the disk.
+#include <unistd.h>
+
+#include "new_volume_file.h"
+#include "volume.h"
+#include "volume_repair.h"
+
+namespace objectstore {
+
+namespace {
+
+// The file beside its place, with its log, removed unless it has got its name.
+class UnnamedVolume {
+ public:
+  explicit UnnamedVolume(const FilePath& path) : path_(path) { Remove(); }
+  UnnamedVolume(const UnnamedVolume&) = delete;
+  UnnamedVolume& operator=(const UnnamedVolume&) = delete;
+  ~UnnamedVolume() { Remove(); }
+
+ private:
+  void Remove() const {
+    unlink(path_.full.c_str());
+    unlink((path_.full + "-wal").c_str());
+  }
+  const FilePath& path_;
+};
+
+// The longest path that leaves room for the ending of the unnamed file and that of its log.
+constexpr size_t kLongestPathBytes = 480;
+
+}  // namespace
+
+Status RepairPlan::Write(const FilePath& path) const {
+  if (path.full.size() > kLongestPathBytes) return Status::kPathNotFound;
+  const FilePath unnamed_path = {path.directory, path.full + ".new-" + std::to_string(getpid())};
+  const UnnamedVolume unnamed(unnamed_path);
+  STORE_TRY(CreateVolumeFile(unnamed_path, Existing::kRefuse));
+  STORE_TRY(Fill(unnamed_path));
+  return PublishVolumeFile(unnamed_path.full, path);
+}
+
+Status RepairPlan::Fill(const FilePath& path) const {
+  FileKind kind = FileKind::kMissing;
+  FileIdentity identity;
+  STORE_TRY(Identify(path, kind, identity));
+  std::unique_ptr<Volume> volume;
+  STORE_TRY(Volume::Mount(path, identity, true, 1, volume));
+  for (const auto& [oid, database] : databases_) {
+    STORE_TRY(volume->RestoreDatabase(oid, database.description, database.records));
+  }
+  volume->RestoreNextIdentifier(next_identifier_);
+  STORE_TRY(volume->Flush());
+  return volume->Settle();
+}
+
+}  // namespace objectstore

@@ -1,0 +1,117 @@
+// See table_page.h.
+#include "table_page.h"
+
+#include <algorithm>
+
+#include "volume_header.h"
+
+namespace objectstore {
+
+namespace {
+
+constexpr uint8_t kInteriorPage = 0x05;
+constexpr uint8_t kLeafPage = 0x0D;
+constexpr uint32_t kLeafHeaderBytes = 8;
+constexpr uint32_t kInteriorHeaderBytes = 12;
+constexpr uint32_t kCellCountPlace = 3;
+constexpr uint32_t kRightChildPlace = 8;
+
+// A row of more bytes is none of a volume's.
+constexpr uint64_t kLargestPayload = 1 << 20;
+
+// How much of a payload stays on its page, by SQLite's rule for leaves of tables.
+constexpr uint32_t kMostLocal = kPageBytes - 35;
+constexpr uint32_t kLeastLocal = (kPageBytes - 12) * 32 / 255 - 23;
+constexpr uint32_t kBytesOfFurtherPage = kPageBytes - 4;
+
+constexpr uint32_t LocalBytes(uint32_t payload) {
+  if (payload <= kMostLocal) return payload;
+  const uint32_t fitting = kLeastLocal + (payload - kLeastLocal) % kBytesOfFurtherPage;
+  return fitting <= kMostLocal ? fitting : kLeastLocal;
+}
+
+// Numbers of one to nine bytes, seven bits in each, all eight in the ninth. False at the page's end.
+bool GetVariable(const Page& page, uint32_t& place, uint64_t& number) {
+  number = 0;
+  for (int i = 0; i < 9; ++i) {
+    if (place >= kPageBytes) return false;
+    const uint8_t byte = page[place++];
+    if (i == 8) {
+      number = number << 8 | byte;
+      return true;
+    }
+    number = number << 7 | (byte & 0x7F);
+    if ((byte & 0x80) == 0) return true;
+  }
+  return true;
+}
+
+}  // namespace
+
+PageKind KindOfPage(const Page& page) {
+  return page[0] == kLeafPage ? PageKind::kLeaf : page[0] == kInteriorPage ? PageKind::kInterior : PageKind::kOther;
+}
+
+Cells CellsOfPage(const Page& page) {
+  Cells cells;
+  const uint32_t first = page[0] == kInteriorPage ? kInteriorHeaderBytes : kLeafHeaderBytes;
+  const uint32_t claimed = BigEndian16(page.data() + kCellCountPlace);
+  const uint32_t count = std::min(claimed, (kPageBytes - first) / 2);
+  cells.impossible = claimed - count;
+  for (uint32_t i = 0; i < count; ++i) {
+    const uint32_t place = BigEndian16(page.data() + first + 2 * i);
+    if (place < first + 2 * count || place > kPageBytes - 4) {
+      ++cells.impossible;
+    } else {
+      cells.places.push_back(place);
+    }
+  }
+  return cells;
+}
+
+std::vector<uint32_t> ChildrenOfPage(const Page& page) {
+  std::vector<uint32_t> children;
+  for (const uint32_t place : CellsOfPage(page).places) children.push_back(BigEndian32(page.data() + place));
+  children.push_back(BigEndian32(page.data() + kRightChildPlace));
+  return children;
+}
+
+// The payload begins with a header of its own: its length, 0 for the key that the row has already, and the type of the
+// body, which is its length.
+std::optional<CellHead> HeadOfCell(const Page& page, uint32_t place) {
+  uint64_t payload = 0;
+  uint64_t key = 0;
+  if (!GetVariable(page, place, payload) || payload > kLargestPayload || !GetVariable(page, place, key)) return {};
+  const uint32_t payload_place = place;
+  uint64_t header_bytes = 0;
+  uint64_t key_type = 0;
+  uint64_t body_type = 0;
+  if (!GetVariable(page, place, header_bytes) || !GetVariable(page, place, key_type) || key_type != 0) return {};
+  if (!GetVariable(page, place, body_type) || body_type < 12 || body_type % 2 != 0) return {};
+  const uint64_t body_bytes = (body_type - 12) / 2;
+  if (header_bytes != place - payload_place || header_bytes + body_bytes != payload) return {};
+  const uint32_t local = LocalBytes(static_cast<uint32_t>(payload));
+  const uint32_t with_link = local < payload ? local + 4 : local;
+  if (payload_place + with_link > kPageBytes || local < header_bytes) return {};
+  return CellHead{static_cast<int64_t>(key), static_cast<uint32_t>(body_bytes), place,
+                  local - static_cast<uint32_t>(header_bytes)};
+}
+
+std::optional<RawRow> ReadRow(const VolumePages& pages, const Page& page, const CellHead& head) {
+  RawRow row;
+  row.key = head.key;
+  const auto local = page.begin() + head.body_place;
+  row.body.assign(local, local + head.local_bytes);
+  Page further;
+  uint32_t next = head.local_bytes < head.body_bytes ? BigEndian32(&page[head.body_place + head.local_bytes]) : 0;
+  while (row.body.size() < head.body_bytes) {
+    if (!pages.Read(next, further)) return {};
+    row.further_pages.push_back(next);
+    const size_t count = std::min<size_t>(kBytesOfFurtherPage, head.body_bytes - row.body.size());
+    row.body.insert(row.body.end(), further.begin() + 4, further.begin() + 4 + static_cast<ptrdiff_t>(count));
+    next = BigEndian32(further.data());
+  }
+  return row;
+}
+
+}  // namespace objectstore

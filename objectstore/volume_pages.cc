@@ -1,0 +1,155 @@
+// See volume_pages.h.
+#include "volume_pages.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "volume_header.h"
+
+namespace objectstore {
+
+namespace {
+
+constexpr uint64_t kLogHeaderBytes = 32;
+constexpr uint64_t kFrameHeaderBytes = 24;
+constexpr uint64_t kFrameBytes = kFrameHeaderBytes + kPageBytes;
+
+// As many bytes as there are, whatever interrupts the reading; fewer at the end or at a part that cannot be read.
+size_t ReadAt(int file, uint64_t offset, std::span<uint8_t> bytes) {
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t count = pread(file, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) break;
+    done += static_cast<size_t>(count);
+  }
+  return done;
+}
+
+// The running checksum of a log. Its magic says in which order the bytes of its words count.
+class LogChecksum {
+ public:
+  explicit LogChecksum(bool big_endian) : big_endian_(big_endian) {}
+  void Add(std::span<const uint8_t> bytes) {
+    for (size_t i = 0; i + 8 <= bytes.size(); i += 8) {
+      first_ += Word(bytes.data() + i) + second_;
+      second_ += Word(bytes.data() + i + 4) + first_;
+    }
+  }
+  bool Is(const uint8_t* stored) const { return BigEndian32(stored) == first_ && BigEndian32(stored + 4) == second_; }
+
+ private:
+  uint32_t Word(const uint8_t* bytes) const {
+    return big_endian_ ? BigEndian32(bytes)
+                       : uint32_t{bytes[3]} << 24 | uint32_t{bytes[2]} << 16 | uint32_t{bytes[1]} << 8 | bytes[0];
+  }
+  bool big_endian_;
+  uint32_t first_ = 0;
+  uint32_t second_ = 0;
+};
+
+Status OpenPlainFile(const std::string& path, FileDescriptor& file, uint64_t& bytes) {
+  FileDescriptor opened(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!opened.valid()) return errno == ELOOP ? Status::kAccessDenied : StatusOfErrno(errno);
+  struct stat found;
+  if (fstat(opened.number(), &found) != 0) return StatusOfErrno(errno);
+  if (!S_ISREG(found.st_mode)) return Status::kAccessDenied;
+  bytes = static_cast<uint64_t>(found.st_size);
+  file.Swap(opened);
+  return Status::kOk;
+}
+
+// Shares the lock with others who read. A mount's lock excludes it.
+Status LockForReading(int file) {
+  struct flock lock = {};
+  lock.l_type = F_RDLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = 0x40000000;
+  lock.l_len = 512;
+  if (fcntl(file, F_SETLK, &lock) == 0) return Status::kOk;
+  return errno == EACCES || errno == EAGAIN ? Status::kSharingViolation : StatusOfErrno(errno);
+}
+
+}  // namespace
+
+Status VolumePages::Open(const FilePath& path) {
+  constexpr uint64_t kLargestFileBytes = uint64_t{64} << 30;
+  STORE_TRY(OpenPlainFile(path.full, file_, file_bytes_));
+  STORE_TRY(LockForReading(file_.number()));
+  if (file_bytes_ > kLargestFileBytes) return Status::kCorrupt;
+  last_page_ = static_cast<uint32_t>((file_bytes_ + kPageBytes - 1) / kPageBytes);
+  if (OpenPlainFile(path.full + kLogSuffix, log_, log_bytes_) == Status::kOk) ReadLog();
+  return Status::kOk;
+}
+
+bool VolumePages::ReadFrame(uint64_t index, std::array<uint8_t, kFrameBytes>& frame) const {
+  return ReadAt(log_.number(), kLogHeaderBytes + index * kFrameBytes, frame) == kFrameBytes;
+}
+
+void VolumePages::ReadLog() {
+  std::array<uint8_t, kLogHeaderBytes> header;
+  if (ReadAt(log_.number(), 0, header) != header.size()) return;
+  const uint32_t magic = BigEndian32(header.data());
+  if ((magic & ~1u) != 0x377F0682 || BigEndian32(header.data() + 4) != 3007000 ||
+      BigEndian32(header.data() + 8) != kPageBytes) {
+    return;
+  }
+  LogChecksum checksum((magic & 1) != 0);
+  checksum.Add(std::span<const uint8_t>(header).first(24));
+  if (!checksum.Is(header.data() + 24)) return;
+  std::copy_n(header.data() + 16, salts_.size(), salts_.data());
+  std::vector<std::pair<uint32_t, uint64_t>> transaction;
+  std::array<uint8_t, kFrameBytes> frame;
+  uint64_t index = 0;
+  for (; ReadFrame(index, frame); ++index) {
+    const uint32_t page = BigEndian32(frame.data());
+    const uint32_t pages_after_commit = BigEndian32(frame.data() + 4);
+    if (page == 0 || !std::equal(salts_.begin(), salts_.end(), frame.data() + 8)) break;
+    checksum.Add(std::span<const uint8_t>(frame).first(8));
+    checksum.Add(std::span<const uint8_t>(frame).subspan(kFrameHeaderBytes));
+    if (!checksum.Is(frame.data() + 16)) break;
+    transaction.emplace_back(page, index);
+    if (pages_after_commit == 0) continue;
+    for (const auto& [number, place] : transaction) frames_[number] = place;
+    transaction.clear();
+    last_page_ = std::min(pages_after_commit, static_cast<uint32_t>(uint64_t{64} << 30 >> 12));
+  }
+  CountLostFlushes(index);
+}
+
+// A flush is on the disk before the first frame of the next one is written. So one that is followed by frames of the same
+// log was whole once; the last one may just not have been finished.
+void VolumePages::CountLostFlushes(uint64_t first) {
+  std::array<uint8_t, kFrameHeaderBytes> header;
+  uint32_t commits = 0;
+  for (uint64_t index = first;; ++index) {
+    const uint64_t offset = kLogHeaderBytes + index * kFrameBytes;
+    if (offset >= log_bytes_ || ReadAt(log_.number(), offset, header) != header.size()) return;
+    if (!std::equal(salts_.begin(), salts_.end(), header.data() + 8)) continue;
+    lost_flushes_ = commits;
+    if (BigEndian32(header.data() + 4) != 0) ++commits;
+  }
+}
+
+bool VolumePages::Read(uint32_t number, Page& page) const {
+  page.fill(0);
+  if (number == 0 || number > last_page_) return false;
+  const auto found = frames_.find(number);
+  if (found == frames_.end()) {
+    return ReadAt(file_.number(), uint64_t{number - 1} * kPageBytes, page) == kPageBytes;
+  }
+  return ReadAt(log_.number(), kLogHeaderBytes + found->second * kFrameBytes + kFrameHeaderBytes, page) == kPageBytes;
+}
+
+bool VolumePages::ReadFirstOfFile(Page& page) const {
+  page.fill(0);
+  return ReadAt(file_.number(), 0, page) >= kHeaderBytes;
+}
+
+}  // namespace objectstore
