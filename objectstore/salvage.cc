@@ -60,26 +60,38 @@ void Salvage::CheckFile() {
 
 void Salvage::WalkTable(uint32_t table) {
   previous_key_.reset();
-  Visit(table, kRoots[table], 0);
+  (void)Visit(table, kRoots[table], 0);  // it has said what is wrong
 }
 
-void Salvage::Visit(uint32_t table, uint32_t number, int depth) {
+// False when the page is none of the table. What leads to such a page may not be what it looks like either.
+bool Salvage::Visit(uint32_t table, uint32_t number, int depth) {
   const std::string of_table = std::string(" of the table ") + kTables[table];
   if (number == 0 || number > pages_->last_page() || depth > kDeepestTree) {
-    return Add(XKRFindingPage, 0, 0, number, "there is no such page" + of_table);
+    Add(XKRFindingPage, 0, 0, number, "there is no such page" + of_table);
+    return false;
   }
-  if (visited_[number]) return Add(XKRFindingPageTwice, 0, 0, number, "the page is used twice, once" + of_table);
+  if (visited_[number]) {
+    Add(XKRFindingPageTwice, 0, 0, number, "the page is used twice, once" + of_table);
+    return false;
+  }
   visited_[number] = true;
   Page page;
   const bool whole = pages_->Read(number, page);
   const PageKind kind = KindOfPage(page);
   if (kind == PageKind::kLeaf) VisitLeaf(table, number, page);
-  if (kind == PageKind::kInterior) {
-    for (const uint32_t child : ChildrenOfPage(page)) Visit(table, child, depth + 1);
-  }
-  if (whole && kind != PageKind::kOther) return;
+  if (kind == PageKind::kInterior && !VisitChildren(table, page, depth)) damaged_pages_.push_back(number);
+  if (whole && kind != PageKind::kOther) return true;
   Add(XKRFindingPage, 0, 0, number, whole ? "the page is none" + of_table : "the page cannot be read" + of_table);
   damaged_pages_.push_back(number);
+  return false;
+}
+
+bool Salvage::VisitChildren(uint32_t table, const Page& page, int depth) {
+  bool all = true;
+  for (const uint32_t child : ChildrenOfPage(page)) {
+    if (!Visit(table, child, depth + 1)) all = false;
+  }
+  return all;
 }
 
 void Salvage::VisitLeaf(uint32_t table, uint32_t number, const Page& page) {

@@ -76,7 +76,8 @@ class Salvage {
 
   void CheckFile();
   void WalkTable(uint32_t table);
-  void Visit(uint32_t table, uint32_t number, int depth);
+  bool Visit(uint32_t table, uint32_t number, int depth);
+  bool VisitChildren(uint32_t table, const Page& page, int depth);
   void VisitLeaf(uint32_t table, uint32_t number, const Page& page);
   void VisitCell(uint32_t table, uint32_t number, const Page& page, uint32_t place, bool& damaged);
   void FindFreePages();

@@ -2,6 +2,7 @@
 #include "table_page.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "volume_header.h"
 
@@ -76,9 +77,10 @@ std::vector<uint32_t> ChildrenOfPage(const Page& page) {
   return children;
 }
 
-// The payload begins with a header of its own: its length, 0 for the key that the row has already, and the type of the
-// body, which is its length.
+// The payload begins with a header of its own: its length, the type of the key's copy, which is nothing, and the type of
+// the body, which is its length. What SQLite does not look at may be anything, as long as the body is where it says.
 std::optional<CellHead> HeadOfCell(const Page& page, uint32_t place) {
+  constexpr uint32_t kNumberBytes[] = {0, 1, 2, 3, 4, 6, 8, 8, 0, 0};
   uint64_t payload = 0;
   uint64_t key = 0;
   if (!GetVariable(page, place, payload) || payload > kLargestPayload || !GetVariable(page, place, key)) return {};
@@ -86,15 +88,22 @@ std::optional<CellHead> HeadOfCell(const Page& page, uint32_t place) {
   uint64_t header_bytes = 0;
   uint64_t key_type = 0;
   uint64_t body_type = 0;
-  if (!GetVariable(page, place, header_bytes) || !GetVariable(page, place, key_type) || key_type != 0) return {};
-  if (!GetVariable(page, place, body_type) || body_type < 12 || body_type % 2 != 0) return {};
+  if (!GetVariable(page, place, header_bytes) || !GetVariable(page, place, key_type)) return {};
+  if (key_type >= std::size(kNumberBytes) || !GetVariable(page, place, body_type)) return {};
+  if (body_type < 12 || body_type % 2 != 0 || header_bytes < place - payload_place) return {};
   const uint64_t body_bytes = (body_type - 12) / 2;
-  if (header_bytes != place - payload_place || header_bytes + body_bytes != payload) return {};
+  const uint64_t before_body = header_bytes + kNumberBytes[key_type];
+  if (before_body > payload || body_bytes > payload - before_body) return {};
   const uint32_t local = LocalBytes(static_cast<uint32_t>(payload));
   const uint32_t with_link = local < payload ? local + 4 : local;
-  if (payload_place + with_link > kPageBytes || local < header_bytes) return {};
-  return CellHead{static_cast<int64_t>(key), static_cast<uint32_t>(body_bytes), place,
-                  local - static_cast<uint32_t>(header_bytes)};
+  if (payload_place + with_link > kPageBytes || local < before_body) return {};
+  CellHead head;
+  head.key = static_cast<int64_t>(key);
+  head.body_bytes = static_cast<uint32_t>(body_bytes);
+  head.body_place = payload_place + static_cast<uint32_t>(before_body);
+  head.local_bytes = std::min(local - static_cast<uint32_t>(before_body), head.body_bytes);
+  head.link_place = payload_place + local;
+  return head;
 }
 
 std::optional<RawRow> ReadRow(const VolumePages& pages, const Page& page, const CellHead& head) {
@@ -103,7 +112,7 @@ std::optional<RawRow> ReadRow(const VolumePages& pages, const Page& page, const 
   const auto local = page.begin() + head.body_place;
   row.body.assign(local, local + head.local_bytes);
   Page further;
-  uint32_t next = head.local_bytes < head.body_bytes ? BigEndian32(&page[head.body_place + head.local_bytes]) : 0;
+  uint32_t next = head.local_bytes < head.body_bytes ? BigEndian32(&page[head.link_place]) : 0;
   while (row.body.size() < head.body_bytes) {
     if (!pages.Read(next, further)) return {};
     row.further_pages.push_back(next);

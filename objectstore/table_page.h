@@ -34,6 +34,7 @@ struct CellHead {
   uint32_t body_bytes = 0;
   uint32_t body_place = 0;   // where the body begins
   uint32_t local_bytes = 0;  // of the body, on this page
+  uint32_t link_place = 0;   // where the number of the page stands that the rest is on
 };
 std::optional<CellHead> HeadOfCell(const Page& page, uint32_t place);
 
