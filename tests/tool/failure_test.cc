@@ -30,7 +30,9 @@ TEST_F(Failure, AFileOfAnotherKindIsExitCodeFourAndStaysAsItIs) {
     Write("book.xdb", bytes);
     const Outcome outcome = Xkrdb({command, "book.xdb"});
     EXPECT_EQ(outcome.code, 4) << command;
-    EXPECT_EQ(outcome.err, "xkrdb: book.xdb is not a database of this library, or it is damaged\n") << command;
+    // check has looked at every byte and knows.
+    const std::string or_damaged = std::string(command) == "check" ? "" : ", or it is damaged";
+    EXPECT_EQ(outcome.err, "xkrdb: book.xdb is not a database of this library" + or_damaged + "\n") << command;
     EXPECT_EQ(Read("book.xdb"), bytes) << command;
   }
   EXPECT_EQ(Xkrdb({"import", "book.xdb", "-"}, "a\n1\n").code, 4);
