@@ -26,7 +26,7 @@ enum {
   XKRVolumeInUse = 5,    /* it is mounted */
   XKRVolumeExists = 6,   /* repair: something stands where the new file is to be */
   XKRVolumeNoMemory = 7, /* there is not enough memory */
-  XKRVolumeFailed = 8,   /* the device refused, or there is no room */
+  XKRVolumeFailed = 8,   /* the device refused, there is no room, or the new file may not be made there */
   XKRVolumeStopped = 9   /* a sink asked for it; repair made no file */
 };
 

@@ -33,6 +33,13 @@ uint32_t ResultOf(Status status) {
   }
 }
 
+// What the new file met; answers about the examined one would mislead.
+uint32_t ResultOfWriting(Status status) {
+  const bool told_apart = status == Status::kAlreadyExists || status == Status::kNotEnoughMemory ||
+                          status == Status::kFileNotFound || status == Status::kPathNotFound;
+  return told_apart ? ResultOf(status) : uint32_t{XKRVolumeFailed};
+}
+
 Status Resolve(const MDbChar* path, FilePath& resolved) {
   if (path == nullptr) return Status::kInvalidParameter;
   std::string text;
@@ -130,7 +137,7 @@ uint32_t Repair(const MDbChar* from, const MDbChar* to, const XKRVolumeRepairOpt
   if (!Tell(*salvage, &plan, options.finding, options.context)) return XKRVolumeStopped;
   if (!TellSaved(plan, options.saved, options.context)) return XKRVolumeStopped;
   status = plan.Write(target);
-  if (status != Status::kOk) return status == Status::kCorrupt ? uint32_t{XKRVolumeFailed} : ResultOf(status);
+  if (status != Status::kOk) return ResultOfWriting(status);
   return salvage->complete() ? XKRVolumeSound : XKRVolumeDamaged;
 }
 
