@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -52,7 +53,10 @@ class Bench {
   void PutDown(const std::string& file, const std::string& log) const;
 
  private:
+  Trial ChangeAndRead(std::string& text) const;
+
   std::filesystem::path path_;
+  std::map<std::string, std::string> changed_;  // what the change makes of each subject
 };
 
 }  // namespace damage
