@@ -120,12 +120,15 @@ Original::Original(const Subject& subject, const std::filesystem::path& folder) 
           "reading the original's rows");
   // Before the body stand two lengths, the key and a header: at most this many bytes.
   constexpr size_t kMostBytesBefore = 9 + 9 + 6;
+  size_t page = 0;  // rows that follow one another mostly stand on one page
   while (sqlite3_step(rows) == SQLITE_ROW) {
     const auto record = static_cast<uint32_t>(sqlite3_column_int64(rows, 0));
     const std::string body(static_cast<const char*>(sqlite3_column_blob(rows, 1)),
                            static_cast<size_t>(sqlite3_column_bytes(rows, 1)));
-    const size_t at = subject.file.find(body);
+    size_t at = subject.file.find(body, page);
+    if (at == std::string::npos) at = subject.file.find(body);
     if (at == std::string::npos) continue;
+    page = at / 4096 * 4096;
     rows_.push_back({"  " + std::to_string(record) + ":", at - kMostBytesBefore, at + body.size()});
   }
   sqlite3_finalize(rows);
