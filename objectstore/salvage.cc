@@ -164,6 +164,7 @@ void Salvage::SearchUnvisited() {
 
 // Every byte may be a row's first. Few look so, and of those a checksum holds for rows alone.
 void Salvage::SearchEverywhere(uint32_t number, const Page& page) {
+  if (std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0; })) return;
   for (uint32_t place = 0; place < kPageBytes; ++place) {
     const std::optional<CellHead> head = HeadOfCell(page, place);
     if (!head || head->local_bytes <= kKindPlace || !IsKind(page[head->body_place + kKindPlace])) continue;

@@ -16,6 +16,9 @@ namespace objectstore {
 
 namespace {
 
+constexpr uint64_t kLargestFileBytes = uint64_t{64} << 30;
+constexpr auto kMostPages = static_cast<uint32_t>(kLargestFileBytes / kPageBytes);
+
 constexpr uint64_t kLogHeaderBytes = 32;
 constexpr uint64_t kFrameHeaderBytes = 24;
 constexpr uint64_t kFrameBytes = kFrameHeaderBytes + kPageBytes;
@@ -79,7 +82,6 @@ Status LockForReading(int file) {
 }  // namespace
 
 Status VolumePages::Open(const FilePath& path) {
-  constexpr uint64_t kLargestFileBytes = uint64_t{64} << 30;
   STORE_TRY(OpenPlainFile(path.full, file_, file_bytes_));
   STORE_TRY(LockForReading(file_.number()));
   if (file_bytes_ > kLargestFileBytes) return Status::kCorrupt;
@@ -106,6 +108,7 @@ void VolumePages::ReadLog() {
   std::copy_n(header.data() + 16, salts_.size(), salts_.data());
   std::vector<std::pair<uint32_t, uint64_t>> transaction;
   std::array<uint8_t, kFrameBytes> frame;
+  uint32_t last_frame_page = 0;
   uint64_t index = 0;
   for (; ReadFrame(index, frame); ++index) {
     const uint32_t page = BigEndian32(frame.data());
@@ -115,11 +118,15 @@ void VolumePages::ReadLog() {
     checksum.Add(std::span<const uint8_t>(frame).subspan(kFrameHeaderBytes));
     if (!checksum.Is(frame.data() + 16)) break;
     transaction.emplace_back(page, index);
+    last_frame_page = std::max(last_frame_page, page);
     if (pages_after_commit == 0) continue;
     for (const auto& [number, place] : transaction) frames_[number] = place;
     transaction.clear();
-    last_page_ = std::min(pages_after_commit, static_cast<uint32_t>(uint64_t{64} << 30 >> 12));
+    last_page_ = pages_after_commit;
   }
+  // What a log says of the file's length is not believed beyond the pages that there are.
+  const auto file_pages = static_cast<uint32_t>((file_bytes_ + kPageBytes - 1) / kPageBytes);
+  last_page_ = std::min({last_page_, std::max(file_pages, last_frame_page), kMostPages});
   CountLostFlushes(index);
 }
 

@@ -54,26 +54,26 @@ Status RequireNothingThere(const FilePath& path) {
   return kind == FileKind::kMissing ? Status::kOk : Status::kAlreadyExists;
 }
 
-// The store's lock is held meanwhile, so that no other thread mounts the file whose descriptors are closed at the end.
-Status Examine(const Store& store, const FilePath& path, bool whole_file, Salvage*& salvage, VolumePages& pages) {
+// A file that this process has mounted is not even opened.
+Status RequireUnmounted(const Store& store, const FilePath& path) {
   FileKind kind = FileKind::kMissing;
   FileIdentity identity;
   STORE_TRY(Identify(path, kind, identity));
   if (kind == FileKind::kMissing) return Status::kFileNotFound;
   if (kind == FileKind::kOther) return Status::kAccessDenied;
-  if (store.HasMounted(identity)) return Status::kSharingViolation;
-  STORE_TRY(pages.Open(path));
-  STORE_TRY(salvage->Examine());
-  return whole_file ? CheckWholeFile(path, pages, salvage->flaws()) : Status::kOk;
+  return store.HasMounted(identity) ? Status::kSharingViolation : Status::kOk;
 }
 
-// Reads everything and lets go of the file.
+// Reads everything and lets go of the file. The store's lock is held meanwhile, so that no other thread mounts the file
+// whose descriptors are closed at the end.
 Status ExamineFile(const FilePath& path, bool whole_file, std::unique_ptr<Salvage>& examined) {
   return Enter([&](Store& store) {
+    STORE_TRY(RequireUnmounted(store, path));
     VolumePages pages;
+    STORE_TRY(pages.Open(path));
     auto salvage = std::make_unique<Salvage>(pages);
-    Salvage* place = salvage.get();
-    STORE_TRY(Examine(store, path, whole_file, place, pages));
+    STORE_TRY(salvage->Examine());
+    if (whole_file) STORE_TRY(CheckWholeFile(path, pages, salvage->flaws()));
     salvage->ForgetPages();
     examined = std::move(salvage);
     return Status::kOk;

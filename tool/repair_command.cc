@@ -1,4 +1,4 @@
-// xkrdb repair: a new database of every record of a damaged one whose checksum holds. The damaged one is not written to.
+// xkrdb repair: a new database of every record of a damaged one whose checksum holds. Nothing is written to the old one.
 #include <fmt/format.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// damage_campaign [--count N | --all | --seconds N] [--seed S]: damages volumes and opens them. Each damaged volume has to
+// damage_campaign [--count N | --all] [--seconds N] [--seed S]: damages volumes and opens them. Each damaged volume has to
 // give exactly the content that was flushed, or to be reported as damaged; no changed content may ever come back as data,
 // and no damage may crash the process, hang it, or make it allocate without bound.
 //
