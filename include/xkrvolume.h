@@ -33,7 +33,7 @@ enum {
 /* What a finding is about; its text says the same in words. */
 enum {
   XKRFindingHeader = 1,       /* the file's header is not that of a volume */
-  XKRFindingJournal = 2,      /* a "-journal" stands beside the file, which no volume has */
+  XKRFindingJournal = 2,      /* a "-journal" stands beside the file, which no volume has, or a log that is no file */
   XKRFindingCut = 3,          /* the file ends before its last page does */
   XKRFindingLog = 4,          /* the log is damaged, and flushes are lost that stood behind the damage */
   XKRFindingPage = 5,         /* a page cannot be read or is not what should stand there */

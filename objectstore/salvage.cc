@@ -4,16 +4,15 @@
 #include <algorithm>
 
 #include "volume_header.h"
+#include "volume_schema.h"
 #include "xkrvolume.h"
 
 namespace objectstore {
 
 namespace {
 
-// The tables' roots: where SQLite puts the tables of a new volume, from which they never move.
-constexpr uint32_t kRoots[] = {2, 3, 4, 5};
+// In the order of kSchema.
 constexpr BodyKind kKinds[] = {BodyKind::kVolume, BodyKind::kDatabase, BodyKind::kRecord, BodyKind::kPacked};
-constexpr const char* kTables[] = {"volume", "database", "record", "packed"};
 
 // A tree of more levels holds more rows than a volume may.
 constexpr int kDeepestTree = 20;
@@ -37,7 +36,7 @@ Status Salvage::Examine() {
   visited_.assign(size_t{pages_->last_page()} + 1, false);
   free_.assign(size_t{pages_->last_page()} + 1, false);
   CheckFile();
-  for (uint32_t table = 0; table < std::size(kRoots); ++table) WalkTable(table);
+  for (uint32_t table = 0; table < std::size(kSchema); ++table) WalkTable(table);
   FindFreePages();
   SearchUnvisited();
   Judge();
@@ -47,8 +46,7 @@ Status Salvage::Examine() {
 void Salvage::CheckFile() {
   Page first;
   // What a power cut left of it on its way from the log into the file does not count while the log holds it whole.
-  const bool sound = (pages_->ReadFirstOfFile(first) && IsVolumeHeader(first.data())) ||
-                     (pages_->Read(1, first) && IsVolumeHeader(first.data()));
+  const bool sound = pages_->ReadFirstOfFile(first) && pages_->Read(1, first) && IsVolumeHeader(first.data());
   if (!sound) {
     Add(XKRFindingHeader, 0, 0, 1, "the file does not begin with the header of a volume");
   }
@@ -63,12 +61,12 @@ void Salvage::CheckFile() {
 
 void Salvage::WalkTable(uint32_t table) {
   previous_key_.reset();
-  (void)Visit(table, kRoots[table], 0);  // it has said what is wrong
+  (void)Visit(table, static_cast<uint32_t>(kSchema[table].root_page), 0);  // it has said what is wrong
 }
 
 // False when the page is none of the table. What leads to such a page may not be what it looks like either.
 bool Salvage::Visit(uint32_t table, uint32_t number, int depth) {
-  const std::string of_table = std::string(" of the table ") + kTables[table];
+  const std::string of_table = std::string(" of the table ") + kSchema[table].name;
   if (number == 0 || number > pages_->last_page() || depth > kDeepestTree) {
     Add(XKRFindingPage, 0, 0, number, "there is no such page" + of_table);
     return false;
@@ -99,13 +97,21 @@ bool Salvage::VisitChildren(uint32_t table, const Page& page, int depth) {
 
 void Salvage::VisitLeaf(uint32_t table, uint32_t number, const Page& page) {
   const Cells cells = CellsOfPage(page);
-  bool damaged = cells.impossible != 0;
-  if (damaged) Add(XKRFindingPage, 0, 0, number, "the page says of rows that they are where none can be");
-  for (const uint32_t place : cells.places) VisitCell(table, number, page, place, damaged);
-  if (damaged) damaged_pages_.push_back(number);
+  bool sound = cells.impossible == 0;
+  if (!sound) Add(XKRFindingPage, 0, 0, number, "the page says of rows that they are where none can be");
+  uint32_t bytes = 0;
+  for (const uint32_t place : cells.places) {
+    if (!VisitCell(table, number, page, place, bytes)) sound = false;
+  }
+  if (sound && !AccountsForContent(page, bytes)) {
+    sound = false;
+    Add(XKRFindingPage, 0, 0, number, "the page's header leads to other rows than there are on it");
+  }
+  if (!sound) damaged_pages_.push_back(number);
 }
 
-void Salvage::VisitCell(uint32_t table, uint32_t number, const Page& page, uint32_t place, bool& damaged) {
+// False for a row that is not sound. Adds up what the cells take on the page.
+bool Salvage::VisitCell(uint32_t table, uint32_t number, const Page& page, uint32_t place, uint32_t& bytes) {
   const std::optional<CellHead> head = HeadOfCell(page, place);
   const std::optional<RawRow> row = head ? ReadRow(*pages_, page, *head) : std::nullopt;
   if (row) {
@@ -116,16 +122,17 @@ void Salvage::VisitCell(uint32_t table, uint32_t number, const Page& page, uint3
       for (const uint32_t further : row->further_pages) visited_[further] = true;
       if (!ascends) Add(XKRFindingOrder, 0, 0, number, "rows are out of order, or one is there twice");
       if (ascends) previous_key_ = row->key;
-      return;
+      bytes += head->cell_bytes;
+      return true;
     }
   }
-  damaged = true;
   // What a row that does not hold says of its own key may be wrong, too.
   const bool known = head && table >= 2;
   const CEOID database = known ? HighWord(head->key) : head && table == 1 ? LowWord(head->key) : 0;
   if (known && table == 2) ++damaged_rows_[database];
   Add(XKRFindingRow, database, table == 2 && known ? LowWord(head->key) : 0, number,
       head ? "the row's checksum does not hold" : "a row begins with bytes that begin none");
+  return false;
 }
 
 // Rows on a page that is marked as free were deleted, and the page is not looked at. Where the list of free pages cannot

@@ -79,7 +79,7 @@ class Salvage {
   bool Visit(uint32_t table, uint32_t number, int depth);
   bool VisitChildren(uint32_t table, const Page& page, int depth);
   void VisitLeaf(uint32_t table, uint32_t number, const Page& page);
-  void VisitCell(uint32_t table, uint32_t number, const Page& page, uint32_t place, bool& damaged);
+  bool VisitCell(uint32_t table, uint32_t number, const Page& page, uint32_t place, uint32_t& bytes);
   void FindFreePages();
   void SearchUnvisited();
   void SearchEverywhere(uint32_t number, const Page& page);

@@ -16,6 +16,10 @@ constexpr uint32_t kLeafHeaderBytes = 8;
 constexpr uint32_t kInteriorHeaderBytes = 12;
 constexpr uint32_t kCellCountPlace = 3;
 constexpr uint32_t kRightChildPlace = 8;
+constexpr uint32_t kFirstFreePlace = 1;
+constexpr uint32_t kContentPlace = 5;
+constexpr uint32_t kFragmentsPlace = 7;
+constexpr uint32_t kSmallestCellBytes = 4;
 
 // A row of more bytes is none of a volume's.
 constexpr uint64_t kLargestPayload = 1 << 20;
@@ -70,6 +74,19 @@ Cells CellsOfPage(const Page& page) {
   return cells;
 }
 
+bool AccountsForContent(const Page& page, uint32_t cell_bytes) {
+  const uint32_t content = BigEndian16(page.data() + kContentPlace);
+  uint32_t bytes = cell_bytes + page[kFragmentsPlace];
+  uint32_t previous = 0;
+  for (uint32_t free = BigEndian16(page.data() + kFirstFreePlace); free != 0;) {
+    if (free <= previous || free > kPageBytes - 4) return false;
+    bytes += BigEndian16(page.data() + free + 2);
+    previous = free;
+    free = BigEndian16(page.data() + free);
+  }
+  return content <= kPageBytes && bytes == kPageBytes - content;
+}
+
 std::vector<uint32_t> ChildrenOfPage(const Page& page) {
   std::vector<uint32_t> children;
   for (const uint32_t place : CellsOfPage(page).places) children.push_back(BigEndian32(page.data() + place));
@@ -81,6 +98,7 @@ std::vector<uint32_t> ChildrenOfPage(const Page& page) {
 // the body, which is its length. What SQLite does not look at may be anything, as long as the body is where it says.
 std::optional<CellHead> HeadOfCell(const Page& page, uint32_t place) {
   constexpr uint32_t kNumberBytes[] = {0, 1, 2, 3, 4, 6, 8, 8, 0, 0};
+  const uint32_t first_place = place;
   uint64_t payload = 0;
   uint64_t key = 0;
   if (!GetVariable(page, place, payload) || payload > kLargestPayload || !GetVariable(page, place, key)) return {};
@@ -103,6 +121,7 @@ std::optional<CellHead> HeadOfCell(const Page& page, uint32_t place) {
   head.body_place = payload_place + static_cast<uint32_t>(before_body);
   head.local_bytes = std::min(local - static_cast<uint32_t>(before_body), head.body_bytes);
   head.link_place = payload_place + local;
+  head.cell_bytes = std::max(payload_place + with_link - first_place, kSmallestCellBytes);
   return head;
 }
 

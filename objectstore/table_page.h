@@ -19,6 +19,10 @@ struct Cells {
 };
 Cells CellsOfPage(const Page& page);
 
+// Whether rows of so many bytes, with the free room that the page knows of, fill a leaf's content to the byte. If not, its
+// header leads to fewer rows, or to more, than there are.
+bool AccountsForContent(const Page& page, uint32_t cell_bytes);
+
 // An interior page's children, in the order of their keys.
 std::vector<uint32_t> ChildrenOfPage(const Page& page);
 
@@ -35,6 +39,7 @@ struct CellHead {
   uint32_t body_place = 0;   // where the body begins
   uint32_t local_bytes = 0;  // of the body, on this page
   uint32_t link_place = 0;   // where the number of the page stands that the rest is on
+  uint32_t cell_bytes = 0;   // of the whole cell, on this page
 };
 std::optional<CellHead> HeadOfCell(const Page& page, uint32_t place);
 

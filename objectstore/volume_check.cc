@@ -4,8 +4,9 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <string_view>
 
-#include "sqlite_statement.h"
+#include "schema_check.h"
 #include "volume_header.h"
 #include "xkrvolume.h"
 
@@ -28,22 +29,6 @@ std::vector<uint8_t> ImageOf(const VolumePages& pages) {
   return image;
 }
 
-bool SchemaIsRight(sqlite3* connection) {
-  Statement statement;
-  if (statement.Prepare(connection, sql::kReadSchema) != Status::kOk) return false;
-  StatementUse use(statement);
-  bool has_row = false;
-  for (const SchemaRow& expected : kSchema) {
-    const char* texts[] = {expected.type, expected.name, expected.table, expected.sql};
-    if (use.Step(has_row) != Status::kOk || !has_row) return false;
-    for (int column = 0; column < 4; ++column) {
-      const char* text = nullptr;
-      if (!use.GetText(column, text) || std::strcmp(text, texts[column]) != 0) return false;
-    }
-  }
-  return use.Step(has_row) == Status::kOk && !has_row;
-}
-
 void AddStructure(std::vector<Flaw>& flaws, std::string text) {
   for (char& character : text) {
     if (character == '\n') character = ' ';
@@ -61,7 +46,7 @@ Status CheckStructure(const VolumePages& pages, std::vector<Flaw>& flaws) {
   const auto bytes = static_cast<sqlite3_int64>(image.size());
   STORE_TRY(
       StatusOfSqlite(sqlite3_deserialize(opened, "main", image.data(), bytes, bytes, SQLITE_DESERIALIZE_READONLY)));
-  if (Execute(opened, sql::kCheckCellSizes) != Status::kOk || !SchemaIsRight(opened)) {
+  if (Execute(opened, sql::kCheckCellSizes) != Status::kOk || CheckTableOfTables(opened) != Status::kOk) {
     AddStructure(flaws, "the table of tables is not that of a volume");
     return Status::kOk;
   }
@@ -73,9 +58,9 @@ Status CheckStructure(const VolumePages& pages, std::vector<Flaw>& flaws) {
     const Status status = use.Step(has_row);
     if (status == Status::kNotEnoughMemory) return status;
     if (status != Status::kOk) AddStructure(flaws, "the structure cannot be followed to its end");
-    const char* text = nullptr;
+    std::string_view text;
     if (status != Status::kOk || !has_row || !use.GetText(0, text)) return Status::kOk;
-    if (std::strcmp(text, "ok") != 0) AddStructure(flaws, text);
+    if (text != "ok") AddStructure(flaws, std::string(text));
   }
 }
 
@@ -85,6 +70,9 @@ Status CheckWholeFile(const FilePath& path, const VolumePages& pages, std::vecto
   struct stat found;
   if (lstat((path.full + kJournalSuffix).c_str(), &found) == 0) {
     flaws.push_back({true, XKRFindingJournal, 0, 0, 0, "a -journal stands beside the file, which no volume has"});
+  }
+  if (lstat((path.full + kLogSuffix).c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
+    flaws.push_back({true, XKRFindingJournal, 0, 0, 0, "what stands in the place of the log is no file"});
   }
   return flaws.empty() ? CheckStructure(pages, flaws) : Status::kOk;
 }

@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <cstring>
 #include <span>
-#include <string_view>
 
+#include "schema_check.h"
 #include "volume_file.h"
 #include "volume_header.h"
 #include "volume_schema.h"
@@ -91,17 +91,6 @@ Status Exists(const std::string& path, bool& exists) {
   struct stat found;
   exists = lstat(path.c_str(), &found) == 0;
   return exists || errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
-}
-
-bool SameText(const StatementUse& row, int column, std::string_view expected) {
-  std::string_view text;
-  return row.GetText(column, text) && text == expected;
-}
-
-bool SameRow(const StatementUse& row, const SchemaRow& expected) {
-  int64_t root_page = 0;
-  return SameText(row, 0, expected.type) && SameText(row, 1, expected.name) && SameText(row, 2, expected.table) &&
-         row.GetNumber(3, root_page) && root_page == expected.root_page && SameText(row, 4, expected.sql);
 }
 
 }  // namespace
@@ -189,25 +178,8 @@ Status VolumeFile::ReasonOf(Status status) const {
 
 // The first look at the file through SQLite, which takes the lock. The side file may hold another header.
 Status VolumeFile::CheckSchema() {
-  for (const auto& [sql, expected] : sql::kHeaderNumbers) {
-    Statement header;
-    STORE_TRY(header.Prepare(connection_.get(), sql));
-    StatementUse use(header);
-    bool has_row = false;
-    int64_t number = 0;
-    STORE_TRY(use.Step(has_row));
-    if (!has_row || !use.GetNumber(0, number) || number != expected) return Status::kCorrupt;
-  }
-  Statement statement;
-  STORE_TRY(statement.Prepare(connection_.get(), sql::kReadSchema));
-  StatementUse use(statement);
-  bool has_row = false;
-  for (const SchemaRow& expected : kSchema) {
-    STORE_TRY(use.Step(has_row));
-    if (!has_row || !SameRow(use, expected)) return Status::kCorrupt;
-  }
-  STORE_TRY(use.Step(has_row));
-  return has_row ? Status::kCorrupt : Status::kOk;
+  STORE_TRY(CheckHeaderNumbers(connection_.get()));
+  return CheckTableOfTables(connection_.get());
 }
 
 }  // namespace objectstore

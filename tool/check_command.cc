@@ -221,6 +221,7 @@ std::vector<Finding> FileFindings(const std::string& path) {
     throw ToolError(ExitCode::kNotDatabase, fmt::format("{} is not a database of this library", path));
   }
   std::vector<Finding> findings;
+  findings.reserve(in_file.size());
   for (VolumeFinding& finding : in_file) {
     findings.push_back({finding.damage, std::move(finding.where), std::move(finding.what)});
   }
