@@ -34,7 +34,8 @@ Status RepairPlan::Write(const FilePath& path) const {
   if (path.full.size() > kLongestPathBytes) return Status::kPathNotFound;
   const FilePath unnamed_path = {path.directory, path.full + ".new-" + std::to_string(getpid())};
   const UnnamedVolume unnamed(unnamed_path);
-  STORE_TRY(CreateVolumeFile(unnamed_path, Existing::kRefuse));
+  NewFile new_file(unnamed_path);
+  STORE_TRY(CreateVolumeFile(unnamed_path, Existing::kRefuse, new_file));
   STORE_TRY(Fill(unnamed_path));
   return PublishVolumeFile(unnamed_path.full, path);
 }

@@ -27,8 +27,8 @@ constexpr uint64_t kFrameBytes = kFrameHeaderBytes + kPageBytes;
 size_t ReadAt(int file, uint64_t offset, std::span<uint8_t> bytes) {
   size_t done = 0;
   while (done < bytes.size()) {
-    const ssize_t count = pread(file, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
-    if (count < 0 && errno == EINTR) continue;
+    const auto at = static_cast<off_t>(offset + done);
+    const ssize_t count = Uninterrupted([&] { return pread(file, bytes.data() + done, bytes.size() - done, at); });
     if (count <= 0) break;
     done += static_cast<size_t>(count);
   }
@@ -58,7 +58,8 @@ class LogChecksum {
 };
 
 Status OpenPlainFile(const std::string& path, FileDescriptor& file, uint64_t& bytes) {
-  FileDescriptor opened(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  FileDescriptor opened(Uninterrupted([&] { return open(path.c_str(), kFlags); }));
   if (!opened.valid()) return errno == ELOOP ? Status::kAccessDenied : StatusOfErrno(errno);
   struct stat found;
   if (fstat(opened.number(), &found) != 0) return StatusOfErrno(errno);
@@ -67,6 +68,9 @@ Status OpenPlainFile(const std::string& path, FileDescriptor& file, uint64_t& by
   file.Swap(opened);
   return Status::kOk;
 }
+
+// A log may claim terabytes of room that no disk holds.
+constexpr uint64_t kMostFramesSearched = 1 << 20;
 
 // Shares the lock with others who read. A mount's lock excludes it.
 Status LockForReading(int file) {
@@ -135,7 +139,7 @@ void VolumePages::ReadLog() {
 void VolumePages::CountLostFlushes(uint64_t first) {
   std::array<uint8_t, kFrameHeaderBytes> header;
   uint32_t commits = 0;
-  for (uint64_t index = first;; ++index) {
+  for (uint64_t index = first; index - first < kMostFramesSearched; ++index) {
     const uint64_t offset = kLogHeaderBytes + index * kFrameBytes;
     if (offset >= log_bytes_ || ReadAt(log_.number(), offset, header) != header.size()) return;
     if (!std::equal(salts_.begin(), salts_.end(), header.data() + 8)) continue;
