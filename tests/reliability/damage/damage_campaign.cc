@@ -20,7 +20,7 @@
 #include "file_damage.h"
 #include "sample_volumes.h"
 #include "temporary_directory.h"
-#include "volume_text.h"
+#include "volume_content.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 // An allocation that no sample needs ends the program.

@@ -11,7 +11,7 @@
 
 #include "mdb.h"
 #include "sample_volumes.h"
-#include "volume_text.h"
+#include "volume_content.h"
 
 namespace damage {
 

@@ -13,7 +13,7 @@
 #include "child_process.h"
 #include "sample_volumes.h"
 #include "temporary_directory.h"
-#include "volume_text.h"
+#include "volume_content.h"
 #include "xkrvolume.h"
 
 namespace {

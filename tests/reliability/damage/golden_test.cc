@@ -9,7 +9,7 @@
 
 #include "mdb.h"
 #include "temporary_directory.h"
-#include "volume_text.h"
+#include "volume_content.h"
 
 namespace {
 

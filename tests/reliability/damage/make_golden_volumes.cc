@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "sample_volumes.h"
-#include "volume_text.h"
+#include "volume_content.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 #include "repair_trial.h"
 #include "sample_volumes.h"
 #include "temporary_directory.h"
-#include "volume_text.h"
+#include "volume_content.h"
 #include "xkrvolume.h"
 
 namespace {

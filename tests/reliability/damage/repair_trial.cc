@@ -12,7 +12,7 @@
 #include "known_databases.h"
 #include "mdb.h"
 #include "sample_volumes.h"
-#include "volume_text.h"
+#include "volume_content.h"
 
 namespace damage {
 

@@ -12,7 +12,7 @@
 #include <limits>
 
 #include "mdb.h"
-#include "volume_text.h"
+#include "volume_content.h"
 
 namespace damage {
 

@@ -10,7 +10,7 @@
 #include "file_damage.h"
 #include "sample_volumes.h"
 #include "temporary_directory.h"
-#include "volume_text.h"
+#include "volume_content.h"
 
 namespace {
 

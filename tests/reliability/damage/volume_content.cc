@@ -1,5 +1,5 @@
-// See volume_text.h.
-#include "volume_text.h"
+// See volume_content.h.
+#include "volume_content.h"
 
 #include <algorithm>
 #include <charconv>
