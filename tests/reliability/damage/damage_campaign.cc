@@ -1,6 +1,6 @@
-// damage_campaign [--count N | --all] [--seconds N] [--seed S]: damages volumes and opens them. Each damaged volume has to
-// give exactly the content that was flushed, or to be reported as damaged; no changed content may ever come back as data,
-// and no damage may crash the process, hang it, or make it allocate without bound.
+// damage_campaign [--count N | --all] [--seconds N] [--seed S] [--memory MEGABYTES]: damages volumes and opens them.
+// Each has to give exactly the content that was flushed, or to be reported as damaged; no changed content may ever come
+// back as data, and no damage may crash the process, hang it, or make it allocate without bound.
 //
 //   small volumes: cut off at every length, every bit flipped, every page zeroed, swapped, written over another; the
 //                  same for one with the log of a killed writer, in its file and in its log
@@ -36,6 +36,7 @@ struct Options {
   uint64_t count = 1000;  // of each family; 0: all
   uint64_t seconds = 0;   // more random damage until they are over
   uint64_t seed = 1;
+  uint64_t megabytes = 0;  // that the process may have; 0: as many as there are. Not with a sanitizer or valgrind
 };
 
 class Campaign {
@@ -128,11 +129,16 @@ Options Parse(int argc, char** argv) {
     const std::string name = argv[i];
     if (name == "--all") {
       options.count = 0;
-    } else if (i + 1 < argc && (name == "--count" || name == "--seconds" || name == "--seed")) {
+    } else if (i + 1 < argc && (name == "--count" || name == "--seconds" || name == "--seed" || name == "--memory")) {
       const uint64_t number = std::strtoull(argv[++i], nullptr, 10);
-      (name == "--count" ? options.count : name == "--seconds" ? options.seconds : options.seed) = number;
+      uint64_t& option = name == "--count"     ? options.count
+                         : name == "--seconds" ? options.seconds
+                         : name == "--seed"    ? options.seed
+                                               : options.megabytes;
+      option = number;
     } else {
-      std::fprintf(stderr, "usage: damage_campaign [--count N | --all] [--seconds N] [--seed S]\n");
+      std::fprintf(stderr,
+                   "usage: damage_campaign [--count N | --all] [--seconds N] [--seed S] [--memory MEGABYTES]\n");
       std::exit(2);
     }
   }
@@ -155,10 +161,11 @@ Subject Make(const TemporaryDirectory& folder, const char* name, int records, in
 
 int main(int argc, char** argv) {
   const Options options = Parse(argc, argv);
-#if !defined(__SANITIZE_ADDRESS__)
-  const rlimit memory = {rlim_t{1} << 30, rlim_t{1} << 30};
-  Require(setrlimit(RLIMIT_AS, &memory) == 0, "limiting memory");
-#endif
+  if (options.megabytes != 0) {
+    const rlim_t bytes = rlim_t{options.megabytes} << 20;
+    const rlimit memory = {bytes, bytes};
+    Require(setrlimit(RLIMIT_AS, &memory) == 0, "limiting memory");
+  }
   std::printf("damage_campaign: seed %llu\n", static_cast<unsigned long long>(options.seed));
   const auto start = std::chrono::steady_clock::now();
   const TemporaryDirectory folder;
