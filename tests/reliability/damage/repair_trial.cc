@@ -202,4 +202,21 @@ RepairTrial TryRepair(const Original& original, Bench& bench, const std::string&
   return trial;
 }
 
+std::string TrySoundVolume(const std::filesystem::path& path) {
+  const std::filesystem::path saved_path = path.string() + ".saved";
+  unlink(saved_path.c_str());
+  Told told;
+  if (XKRVolumeCheck(path.u16string().c_str(), TakeFinding, &told) != XKRVolumeSound || !told.codes.empty()) {
+    return "check finds something in a sound volume";
+  }
+  const XKRVolumeRepairOptions options = {nullptr, 0, TakeFinding, TakeSaved, &told};
+  if (XKRVolumeRepair(path.u16string().c_str(), saved_path.u16string().c_str(), &options) != XKRVolumeSound) {
+    return "not all of a sound volume is said to be saved";
+  }
+  const VolumeText before = TextOfFile(path.u16string(), Times::kWith);
+  const VolumeText after = TextOfFile(saved_path.u16string(), Times::kWith);
+  if (before.error != 0 || !(before == after)) return "not all of a sound volume is saved";
+  return {};
+}
+
 }  // namespace damage

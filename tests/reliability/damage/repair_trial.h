@@ -46,4 +46,7 @@ struct RepairTrial {
 RepairTrial TryRepair(const Original& original, Bench& bench, const std::string& file, const std::string& log,
                       bool log_damaged);
 
+// Checks and repairs a sound volume, in which nothing may be found and all of which has to be saved. Why not, if not.
+std::string TrySoundVolume(const std::filesystem::path& path);
+
 }  // namespace damage
