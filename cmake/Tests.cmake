@@ -43,5 +43,5 @@ function(xkrdb_campaign name)
     WRAP ${campaign_WRAP}
     LIBRARIES ${campaign_LIBRARIES})
   add_test(NAME ${name} COMMAND ${name} ${campaign_BRIEFLY})
-  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 900)
 endfunction()
