@@ -17,8 +17,11 @@ size_t PagesOf(const std::string& bytes) { return (bytes.size() + kPageBytes - 1
 std::string PageOf(const std::string& bytes, uint64_t page) {
   return bytes.substr((page - 1) * kPageBytes, kPageBytes);
 }
+// The length stays: what a cut page has no room for, or what a cut one does not give, is left out.
 void PutPage(std::string& bytes, uint64_t page, const std::string& content) {
-  bytes.replace((page - 1) * kPageBytes, std::min(kPageBytes, bytes.size() - (page - 1) * kPageBytes), content);
+  const size_t at = (page - 1) * kPageBytes;
+  const size_t count = std::min(content.size(), bytes.size() - at);
+  bytes.replace(at, count, content, 0, count);
 }
 
 Damaged FlipBit(const std::string& bytes, uint64_t bit) {
