@@ -37,7 +37,7 @@ constexpr std::array<const char*, 12> kStatements = {
     "DROP TABLE record; CREATE TABLE record(key TEXT PRIMARY KEY, body BLOB NOT NULL)",
     "DELETE FROM volume",
     "INSERT INTO volume(id, body) SELECT 2, body FROM volume",
-    "PRAGMA user_version = 2",
+    "PRAGMA user_version = 3",
     "PRAGMA writable_schema = 1; UPDATE sqlite_schema SET rootpage = 3 WHERE name = 'record'",
     "PRAGMA writable_schema = 1; UPDATE sqlite_schema SET sql = sql || ' ' WHERE name = 'record'"};
 

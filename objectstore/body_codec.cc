@@ -19,9 +19,17 @@ uint64_t Checksum(std::span<const uint8_t> bytes, int64_t key) {
 
 }  // namespace
 
-void BodyWriter::Start(BodyKind kind) {
+void BodyWriter::Start(BodyKind kind, Layout layout) {
   bytes_.assign(kChecksumBytes, 0);
-  Put8(static_cast<uint8_t>(kind));
+  Put8(KindByte(kind, layout));
+}
+
+void BodyWriter::PutCount(uint64_t number) {
+  uint8_t bytes[10];
+  size_t count = 0;
+  for (; number >= 0x80; number >>= 7) bytes[count++] = static_cast<uint8_t>(number | 0x80);
+  bytes[count++] = static_cast<uint8_t>(number);
+  PutBytes(bytes, count);
 }
 
 void BodyWriter::PutText(const WCHAR* text, size_t length) {
@@ -48,7 +56,28 @@ void BodyWriter::PutNumber(uint64_t number, size_t count) {
 
 BodyReader::BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key) : rest_(body) {
   const uint64_t checksum = Get64();
-  if (!ok_ || checksum != Checksum(rest_, key) || Get8() != static_cast<uint8_t>(kind)) Fail();
+  if (!ok_ || checksum != Checksum(rest_, key)) {
+    Fail();
+    return;
+  }
+  const uint8_t byte = Get8();
+  layout_ = byte == KindByte(kind, Layout::kCompact) ? Layout::kCompact : Layout::kFirst;
+  if (byte != KindByte(kind, layout_)) Fail();
+}
+
+uint64_t BodyReader::GetCount(uint64_t largest) {
+  uint64_t number = 0;
+  for (int shift = 0; shift < 64; shift += 7) {
+    const uint8_t byte = Get8();
+    const uint64_t bits = byte & 0x7F;
+    if (bits << shift >> shift != bits) break;
+    number |= bits << shift;
+    if ((byte & 0x80) != 0) continue;
+    if (!ok_ || number > largest || (byte == 0 && shift != 0)) break;
+    return number;
+  }
+  Fail();
+  return 0;
 }
 
 std::span<const uint8_t> BodyReader::GetBytes(size_t count) {

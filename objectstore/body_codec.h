@@ -16,14 +16,34 @@ namespace objectstore {
 
 enum class BodyKind : uint8_t { kVolume = 'V', kDatabase = 'D', kRecord = 'R', kPacked = 'P' };
 
+// How the fields behind the kind are laid out. The first version of the format knew one way for each kind; the compact
+// way, which its kind's letter in lower case marks, came with the second.
+enum class Layout : uint8_t { kFirst = 0, kCompact = 'r' - 'R' };
+
+constexpr uint8_t KindByte(BodyKind kind, Layout layout) {
+  return static_cast<uint8_t>(static_cast<uint8_t>(kind) | static_cast<uint8_t>(layout));
+}
+
+// The kind that a kind's byte stands for, whatever the layout.
+constexpr uint8_t KindWithoutLayout(uint8_t byte) {
+  return byte & static_cast<uint8_t>(~KindByte(BodyKind{0}, Layout::kCompact));
+}
+
+// A signed number so that small ones, of either sign, have few bits.
+constexpr uint64_t ZigZag(int64_t number) {
+  return static_cast<uint64_t>(number) << 1 ^ static_cast<uint64_t>(number >> 63);
+}
+constexpr int64_t UnZigZag(uint64_t number) { return static_cast<int64_t>(number >> 1 ^ (~(number & 1) + 1)); }
+
 // Collects one body. The buffer may be used again for the next.
 class BodyWriter {
  public:
-  void Start(BodyKind kind);
+  void Start(BodyKind kind, Layout layout = Layout::kFirst);
   void Put8(uint8_t number) { PutNumber(number, 1); }
   void Put16(uint16_t number) { PutNumber(number, 2); }
   void Put32(uint32_t number) { PutNumber(number, 4); }
   void Put64(uint64_t number) { PutNumber(number, 8); }
+  void PutCount(uint64_t number);  // seven bits a byte, the lowest first; the last byte has its top bit clear
   void PutText(const WCHAR* text, size_t length);
   void PutBytes(const uint8_t* bytes, size_t count);
 
@@ -40,10 +60,15 @@ class BodyReader {
   // Checks checksum and kind.
   BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key);
 
+  Layout layout() const { return layout_; }
+
   uint8_t Get8() { return static_cast<uint8_t>(GetNumber(1)); }
   uint16_t Get16() { return static_cast<uint16_t>(GetNumber(2)); }
   uint32_t Get32() { return static_cast<uint32_t>(GetNumber(4)); }
   uint64_t Get64() { return GetNumber(8); }
+
+  // Such a count, which must be at most largest and must not take more bytes than it needs.
+  uint64_t GetCount(uint64_t largest);
 
   // The next bytes in place; empty when there are not so many.
   std::span<const uint8_t> GetBytes(size_t count);
@@ -66,6 +91,7 @@ class BodyReader {
   void Fail();
 
   std::span<const uint8_t> rest_;
+  Layout layout_ = Layout::kFirst;
   bool ok_ = true;
 };
 

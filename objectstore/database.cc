@@ -32,7 +32,7 @@ class DropTextKeys {
 
 Database::Database(CEOID oid, const Description& description)
     : oid_(oid),
-      head_{description, {}},
+      head_{description, {}, true, {}, {}},
       orders_(OrdersOf(description)),
       loaded_(true),
       in_file_(false),
@@ -85,6 +85,7 @@ Status Database::PutRecord(RecordRef record) {
   }
   ReserveOneMore(records_);
   ReserveOneMore(changed_records_);
+  head_.identifiers.Reserve();
   // From here on nothing fails.
   if (is_new) {
     InsertRecord(std::move(record));
@@ -100,6 +101,7 @@ void Database::InsertRecord(RecordRef record) {
     if (order.built()) order.Insert(*record);
   }
   changed_records_.push_back(record->oid());
+  head_.identifiers.Add(record->oid());
   ++head_.description.record_count;
   head_.description.record_bytes += record->counted_bytes();
   ++generation_;
@@ -125,7 +127,30 @@ void Database::ReplaceRecord(RecordRef& place, RecordRef record) {
   place = std::move(record);
 }
 
-void Database::ReserveForRemoval() { ReserveOneMore(deleted_records_); }
+bool Database::SortsOn(CEPROPID property) const {
+  const auto specs = head_.description.sort_specs.list();
+  return std::any_of(specs.begin(), specs.end(), [property](const auto& spec) { return spec.propid == property; });
+}
+
+void Database::SetNumber(Record& record, size_t index, uint32_t number) {
+  if (record.NumberAt(index) != number) {
+    const CEPROPID id = record.IdAt(index);
+    if (record.changed == kUnchanged) {
+      ReserveOneMore(changed_records_);
+      changed_records_.push_back(record.oid());
+      record.changed = id;
+    } else if (record.changed != id) {
+      record.changed = kChangedWhole;
+    }
+    record.SetNumberAt(index, number);
+  }
+  Touch();
+}
+
+void Database::ReserveForRemoval() {
+  ReserveOneMore(deleted_records_);
+  head_.identifiers.Reserve();
+}
 
 void Database::RemoveRecord(CEOID oid) {
   const auto place = records_.begin() + static_cast<ptrdiff_t>(PositionByIdentifier(oid));
@@ -134,6 +159,7 @@ void Database::RemoveRecord(CEOID oid) {
     if (order.built()) order.Erase(*record);
   }
   records_.erase(place);
+  head_.identifiers.Remove(oid);
   if (record->in_file) deleted_records_.push_back(oid);
   --head_.description.record_count;
   head_.description.record_bytes -= record->counted_bytes();
@@ -176,7 +202,7 @@ Status Database::CheckOrders(std::vector<SortOrder>& orders, std::span<const Rec
 
 Status Database::CheckConstraints(const Record& record, const Record* before) {
   for (SortOrder& order : orders_) {
-    if (order.ForbidsAbsence() && record.Find(order.spec().propid) == nullptr) return Status::kAccessDenied;
+    if (order.ForbidsAbsence() && !record.Has(order.spec().propid)) return Status::kAccessDenied;
     if (order.IsUnique()) STORE_TRY(CheckUnique(order, record, before));
   }
   return Status::kOk;
@@ -186,7 +212,7 @@ Status Database::CheckUnique(SortOrder& order, const Record& record, const Recor
   if (!order.built()) order.Build(records_);
   order.Settle(records_);
   std::vector<uint8_t> scratch;
-  const SortKey key = order.KeyOfValue(*record.Find(order.spec().propid), scratch);
+  const SortKey key = order.KeyOfValue(record.At(record.IndexOf(order.spec().propid)), scratch);
   for (size_t position = order.FirstNotBefore(key); order.HoldsEqual(position, key); ++position) {
     if (order.At(position) != before) return Status::kAlreadyExists;
   }

@@ -36,6 +36,10 @@ class Database {
   Status Load(VolumeFile* file, CEOID next_identifier);
   bool loaded() const { return loaded_; }
 
+  // What the file says of an older format's database leaves open which records it has, until it is loaded. It can be
+  // written only then.
+  bool names_records() const { return head_.names_records; }
+
   // Of a loaded database.
   std::span<const RecordRef> records() const { return records_; }
   Record* Find(CEOID oid) const;
@@ -43,11 +47,14 @@ class Database {
 
   // The sort order on a property, built; null when the database has none on it.
   SortOrder* OrderOn(CEPROPID property);
-  size_t order_count() const { return orders_.size(); }
+  bool SortsOn(CEPROPID property) const;
 
   // Writes a record under a new identifier, or in the place of an older state of it.
   Status PutRecord(RecordRef record);
   void RemoveRecord(CEOID oid);
+
+  // Gives a record another value of four bytes, one that no order sorts on.
+  void SetNumber(Record& record, size_t index, uint32_t number);
   void ReserveForRemoval();
 
   // Takes a changed description; its count and size are not looked at. New sort orders must fit the records.
@@ -76,13 +83,18 @@ class Database {
   void ReplaceRecord(RecordRef& place, RecordRef record);
   static std::vector<SortOrder> OrdersOf(const Description& description);
 
-  Status LoadRecords(VolumeFile& file, std::vector<RecordRef>& records, std::vector<uint64_t>& flushes) const;
+  Status LoadRecords(VolumeFile& file, RecordArena& arena, std::vector<RecordRef>& records,
+                     std::vector<uint64_t>& flushes) const;
   Status ApplyPacked(VolumeFile& file, std::span<const RecordRef> records, std::span<const uint64_t> flushes) const;
+  void NameRecords(std::span<const RecordRef> records);
+  bool AreNamed(std::span<const RecordRef> records) const;
+  void NoteOrders();
   std::vector<CEPROPID> ChoosePackedProperties() const;
   Status WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush, BodyWriter& writer);
 
   CEOID oid_;
   DatabaseHead head_;
+  RecordArena arena_;  // of the records that were loaded; they go before it does
   std::vector<RecordRef> records_;
   std::vector<SortOrder> orders_;
   std::vector<OpenDatabase*> handles_;

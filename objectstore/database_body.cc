@@ -36,6 +36,17 @@ void DecodePackedReferences(BodyReader& reader, std::vector<PackedReference>& re
   }
 }
 
+void DecodeRecordNames(BodyReader& reader, DatabaseHead& head) {
+  for (size_t i = 0; i < head.description.sort_specs.list().size(); ++i) {
+    const uint8_t flag = reader.Get8();
+    if (flag > 1) reader.Reject();
+    head.by_identifier[i] = flag != 0;
+  }
+  head.identifiers.Decode(reader);
+  head.names_records = true;
+  if (head.identifiers.count() != head.description.record_count) reader.Reject();
+}
+
 }  // namespace
 
 std::span<const uint8_t> EncodeVolumeHead(const VolumeHead& head, BodyWriter& writer) {
@@ -48,6 +59,7 @@ std::span<const uint8_t> EncodeVolumeHead(const VolumeHead& head, BodyWriter& wr
 
 Status DecodeVolumeHead(std::span<const uint8_t> body, VolumeHead& head) {
   BodyReader reader(body, BodyKind::kVolume, kVolumeRowKey);
+  if (reader.layout() != Layout::kFirst) reader.Reject();
   head.next_identifier = reader.Get32();
   head.flush = reader.Get64();
   head.database_count = reader.Get32();
@@ -55,10 +67,11 @@ Status DecodeVolumeHead(std::span<const uint8_t> body, VolumeHead& head) {
   return reader.Finished();
 }
 
-std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, CEOID oid, BodyWriter& writer) {
+std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, std::span<const PackedReference> packed,
+                                            CEOID oid, BodyWriter& writer) {
   const Description& description = head.description;
   const auto name = description.name.characters();
-  writer.Start(BodyKind::kDatabase);
+  writer.Start(BodyKind::kDatabase, Layout::kCompact);
   writer.Put8(static_cast<uint8_t>(name.size()));
   writer.PutText(name.data(), name.size());
   writer.Put32(description.type);
@@ -71,11 +84,13 @@ std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, CEOID oid,
     writer.Put32(spec.propid);
     writer.Put32(spec.dwFlags);
   }
-  writer.Put16(static_cast<uint16_t>(head.packed.size()));
-  for (const PackedReference& reference : head.packed) {
+  writer.Put16(static_cast<uint16_t>(packed.size()));
+  for (const PackedReference& reference : packed) {
     writer.Put32(reference.property);
     writer.Put64(reference.flush);
   }
+  for (size_t i = 0; i < description.sort_specs.list().size(); ++i) writer.Put8(head.by_identifier[i] ? 1 : 0);
+  head.identifiers.Encode(writer);
   return writer.Seal(oid);
 }
 
@@ -90,6 +105,7 @@ Status DecodeDatabaseHead(std::span<const uint8_t> body, CEOID oid, DatabaseHead
   description.record_bytes = reader.Get64();
   DecodeSortSpecs(reader, description.sort_specs);
   DecodePackedReferences(reader, head.packed);
+  if (reader.layout() == Layout::kCompact) DecodeRecordNames(reader, head);
   if (description.record_count > CEDB_MAXNUMRECORDS || (description.flags & ~kDatabaseFlagsMask) != 0) reader.Reject();
   return reader.Finished();
 }

@@ -1,11 +1,13 @@
 // The bodies of the volume's own row and of a database's row. docs/volume-format.md shows every byte.
 #pragma once
 
+#include <array>
 #include <span>
 #include <vector>
 
 #include "body_codec.h"
 #include "description.h"
+#include "identifier_runs.h"
 
 namespace objectstore {
 
@@ -28,12 +30,21 @@ struct PackedReference {
 struct DatabaseHead {
   Description description;
   std::vector<PackedReference> packed;
+
+  // The records that there are. The first layout does not name them: then this is empty, and names_records false.
+  bool names_records = false;
+  IdentifierRuns identifiers;
+
+  // For each sort order, whether it puts the records into the order of their identifiers.
+  std::array<bool, CEDB_MAXSORTORDER> by_identifier{};
 };
 
 std::span<const uint8_t> EncodeVolumeHead(const VolumeHead& head, BodyWriter& writer);
 Status DecodeVolumeHead(std::span<const uint8_t> body, VolumeHead& head);
 
-std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, CEOID oid, BodyWriter& writer);
+// With the packed columns that a flush leaves, which are the head's own once it has got through.
+std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, std::span<const PackedReference> packed,
+                                            CEOID oid, BodyWriter& writer);
 Status DecodeDatabaseHead(std::span<const uint8_t> body, CEOID oid, DatabaseHead& head);
 
 }  // namespace objectstore

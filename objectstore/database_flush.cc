@@ -37,12 +37,12 @@ void Count(std::vector<Tally>& tallies, CEPROPID property) {
 
 // Gives one record its value from a column.
 Status ApplyColumn(const PackedColumn& column, Record& record) {
-  const CEPROPVAL* value = record.Find(column.property);
+  const size_t index = record.IndexOf(column.property);
   const auto found = std::lower_bound(column.values.begin(), column.values.end(), record.oid(),
                                       [](const auto& pair, CEOID oid) { return pair.first < oid; });
   const bool in_column = found != column.values.end() && found->first == record.oid();
-  if (in_column != (value != nullptr)) return Status::kCorrupt;
-  if (in_column) record.PatchFixed(value, found->second);
+  if (in_column != (index != Record::kNowhere)) return Status::kCorrupt;
+  if (in_column) record.SetNumberAt(index, found->second);
   return Status::kOk;
 }
 
@@ -50,22 +50,55 @@ Status ApplyColumn(const PackedColumn& column, Record& record) {
 
 Status Database::Load(VolumeFile* file, CEOID next_identifier) {
   if (loaded_) return Status::kOk;
+  RecordArena arena;
   std::vector<RecordRef> records;
   std::vector<uint64_t> flushes;
   records.reserve(head_.description.record_count);
-  STORE_TRY(LoadRecords(*file, records, flushes));
+  STORE_TRY(LoadRecords(*file, arena, records, flushes));
   STORE_TRY(ApplyPacked(*file, records, flushes));
   uint64_t bytes = 0;
   for (const RecordRef& record : records) bytes += record->counted_bytes();
-  const bool agrees = records.size() == head_.description.record_count && bytes == head_.description.record_bytes &&
+  if (!head_.names_records) NameRecords(records);
+  const bool agrees = AreNamed(records) && records.size() == head_.description.record_count &&
+                      bytes == head_.description.record_bytes &&
                       (records.empty() || records.back()->oid() < next_identifier);
   if (!agrees) return Status::kCorrupt;
+  arena_.Swap(arena);
   records_.swap(records);
   loaded_ = true;
   return Status::kOk;
 }
 
-Status Database::LoadRecords(VolumeFile& file, std::vector<RecordRef>& records, std::vector<uint64_t>& flushes) const {
+// A head of the first layout does not say which records there are.
+void Database::NameRecords(std::span<const RecordRef> records) {
+  IdentifierRuns identifiers;
+  for (const RecordRef& record : records) {
+    identifiers.Reserve();
+    identifiers.Add(record->oid());
+  }
+  std::swap(head_.identifiers, identifiers);
+  head_.names_records = true;
+}
+
+bool Database::AreNamed(std::span<const RecordRef> records) const {
+  size_t next = 0;
+  for (const IdentifierRuns::Run& run : head_.identifiers.runs()) {
+    for (uint32_t i = 0; i < run.count; ++i, ++next) {
+      if (next == records.size() || records[next]->oid() != run.first + i) return false;
+    }
+  }
+  return next == records.size();
+}
+
+// An order that nothing has asked for since it may have changed is not known to go by identifier.
+void Database::NoteOrders() {
+  if (!loaded_) return;
+  for (size_t i = 0; i < orders_.size(); ++i)
+    head_.by_identifier[i] = orders_[i].built() && orders_[i].GoesByIdentifier();
+}
+
+Status Database::LoadRecords(VolumeFile& file, RecordArena& arena, std::vector<RecordRef>& records,
+                             std::vector<uint64_t>& flushes) const {
   RecordDecoder decoder;
   return file.ForEachRow(Table::kRecord, RowKey(oid_, 0), RowKey(oid_, kLastLowWord),
                          [&](int64_t key, std::span<const uint8_t> body) {
@@ -73,7 +106,7 @@ Status Database::LoadRecords(VolumeFile& file, std::vector<RecordRef>& records, 
                            uint64_t flush = 0;
                            if (LowWord(key) == 0 || LowWord(key) == oid_) return Status::kCorrupt;
                            if (records.size() == head_.description.record_count) return Status::kCorrupt;
-                           STORE_TRY(decoder.Decode(body, key, record, flush));
+                           STORE_TRY(decoder.Decode(body, key, record, flush, &arena));
                            record->in_file = true;
                            record->changed = kUnchanged;
                            records.push_back(std::move(record));
@@ -116,8 +149,8 @@ Status Database::WriteChanges(VolumeFile& file, uint64_t flush, BodyWriter& writ
     STORE_TRY(file.Delete(Table::kRecord, RowKey(oid_, oid), RowKey(oid_, oid)));
   }
   for (const CEPROPID property : packed) STORE_TRY(WritePacked(file, property, flush, writer));
-  const DatabaseHead head = {head_.description, packed_after_flush_};
-  return file.Put(Table::kDatabase, oid_, EncodeDatabaseHead(head, oid_, writer));
+  NoteOrders();
+  return file.Put(Table::kDatabase, oid_, EncodeDatabaseHead(head_, packed_after_flush_, oid_, writer));
 }
 
 // The properties that are the only change of many records. Only records that the file holds can do without a new row.
@@ -147,8 +180,8 @@ Status Database::WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush
   column.flush = flush;
   column.values.reserve(records_.size());
   for (const RecordRef& record : records_) {
-    const CEPROPVAL* value = record->Find(property);
-    if (value != nullptr) column.values.emplace_back(record->oid(), value->val.ulVal);
+    const size_t index = record->IndexOf(property);
+    if (index != Record::kNowhere) column.values.emplace_back(record->oid(), record->NumberAt(index));
   }
   const int64_t key = RowKey(oid_, property);
   STORE_TRY(file.Put(Table::kPacked, key, EncodePacked(column, key, writer)));

@@ -2,7 +2,8 @@
 #include "platform_types.h"
 
 namespace {
-thread_local DWORD last_error = 0;
+// Four bytes that every thread has from its start, so that reaching them takes no call.
+[[gnu::tls_model("initial-exec")]] thread_local DWORD last_error = 0;
 }  // namespace
 
 DWORD GetLastError(void) { return last_error; }

@@ -149,7 +149,7 @@ Status OpenDatabase::SeekFromCurrent(int32_t steps) {
 // one that does: both look at the whole order, wherever the pointer stands, and follow the order's direction.
 Status OpenDatabase::SeekValue(DWORD type, const CEPROPVAL* value) {
   if (value == nullptr || order_ == nullptr || value->propid != order_->spec().propid) return Status::kInvalidParameter;
-  CEPROPVAL measured;
+  Value measured;
   STORE_TRY(Measure(*value, measured));
   const SortOrder& order = SettledOrder();
   const SortKey key = order.KeyOfValue(measured, scratch_);

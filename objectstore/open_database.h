@@ -36,6 +36,12 @@ class OpenDatabase {
   // With automatic increment, moves the pointer on. Called after each read that has visited the record.
   void StepAfterRead();
 
+  // Room for a record's values while it is written; what was in it is gone.
+  std::vector<Value>& EmptyValues() {
+    values_.clear();
+    return values_;
+  }
+
   // A record has gone, through this handle or another.
   void RecordRemoved(const RecordRef& record, bool through_this_handle);
 
@@ -69,6 +75,7 @@ class OpenDatabase {
   uint64_t generation_ = 0;
   RecordRef gap_;                 // the deleted record
   std::vector<uint8_t> scratch_;  // for the key of a value
+  std::vector<Value> values_;
 };
 
 }  // namespace objectstore

@@ -1,8 +1,6 @@
 // See read_record.h.
 #include "read_record.h"
 
-#include <cstring>
-
 #include "local_heap.h"
 
 namespace objectstore {
@@ -22,51 +20,42 @@ Status ProvideBuffer(const ReadRequest& request, size_t bytes) {
   return Status::kOk;
 }
 
-// The block of a record has the layout that clients get; its pointers need to be moved, its measures taken out.
-void CopyWholeRecord(const Record& record, BYTE* to) {
-  std::memcpy(to, record.block(), record.block_bytes());
-  BYTE* slot = to;
-  for (const CEPROPVAL& stored : record.properties()) {
-    CEPROPVAL value = stored;
-    value.wLenData = 0;
-    if (TypeOf(value.propid) == CEVT_LPWSTR) {
-      const ptrdiff_t offset = reinterpret_cast<const BYTE*>(stored.val.lpwstr) - record.block();
-      value.val.lpwstr = reinterpret_cast<WCHAR*>(to + offset);
-    } else if (TypeOf(value.propid) == CEVT_BLOB) {
-      value.val.blob.lpb = to + (stored.val.blob.lpb - record.block());
-    }
-    std::memcpy(slot, &value, sizeof value);
-    slot += sizeof value;
-  }
-}
-
 Status ReadAll(const Record& record, const ReadRequest& request) {
-  STORE_TRY(ProvideBuffer(request, record.block_bytes()));
-  if (record.block_bytes() != 0) CopyWholeRecord(record, *request.buffer);
-  *request.count = static_cast<WORD>(record.properties().size());
+  const size_t count = record.property_count();
+  BlockSize size(count);
+  for (size_t i = 0; i < count; ++i) size.Add(record.At(i));
+  STORE_TRY(ProvideBuffer(request, size.bytes()));
+  BlockWriter writer(request.buffer != nullptr ? *request.buffer : nullptr, count);
+  for (size_t i = 0; i < count; ++i) writer.Add(record.At(i));
+  *request.count = static_cast<WORD>(count);
   return Status::kOk;
 }
 
+// Clients ask for properties in the order in which they stand, or for one: the place behind the last that was found is
+// where the next one is looked for first.
 Status ReadSelected(const Record& record, const ReadRequest& request) {
   const size_t count = *request.count;
   BlockSize size(count);
+  size_t next = 0;
   bool found_one = false;
   for (size_t i = 0; i < count; ++i) {
-    const CEPROPVAL* value = record.Find(request.ids[i]);
-    if (value == nullptr) continue;
-    size.Add(*value);
+    const size_t index = record.IndexOf(request.ids[i], next);
+    if (index == Record::kNowhere) continue;
+    size.Add(record.At(index));
+    next = index + 1;
     found_one = true;
   }
   STORE_TRY(ProvideBuffer(request, size.bytes()));
-  BYTE* block = request.buffer != nullptr ? *request.buffer : nullptr;
-  BlockWriter writer(block, count, BlockUse::kDelivered);
+  BlockWriter writer(request.buffer != nullptr ? *request.buffer : nullptr, count);
+  next = 0;
   for (size_t i = 0; i < count; ++i) {
-    const CEPROPVAL* value = record.Find(request.ids[i]);
-    if (value != nullptr) {
-      writer.Add(*value);
-    } else {
+    const size_t index = record.IndexOf(request.ids[i], next);
+    if (index == Record::kNowhere) {
       writer.AddAbsent(request.ids[i]);
+      continue;
     }
+    writer.Add(record.At(index));
+    next = index + 1;
   }
   return found_one ? Status::kOk : Status::kNoData;
 }

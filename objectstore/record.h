@@ -1,14 +1,16 @@
-// One record of the image: its properties in one contiguous allocation, laid out as a client's read of the whole record
-// delivers them, so that such a read is one copy.
+// One record of the image, in one contiguous allocation: a list of its properties, then the bytes of texts, blobs and
+// numbers that do not fit into the list.
 //
-// A record is never changed once it is built: a write builds another and puts it in its place. Records are counted
-// references because a pointer of an open database may still stand in the gap that a deleted record left.
+// A record is not changed once it is built: a write builds another and puts it in its place. The one exception is a
+// number of at most four bytes, which is set where it stands. Records are counted references because a pointer of an
+// open database may still stand in the gap that a deleted record left.
 #pragma once
 
 #include <array>
 #include <memory>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "stored_property.h"
 
@@ -20,28 +22,50 @@ class RecordRef;
 inline constexpr CEPROPID kUnchanged = 0;
 inline constexpr CEPROPID kChangedWhole = 0xFFFFFFFF;
 
+// Memory for records that come together and stay: it is given back as a whole, when the last of them has gone.
+class RecordArena {
+ public:
+  void* Allocate(size_t bytes);
+  void Swap(RecordArena& other);
+
+ private:
+  std::vector<std::unique_ptr<std::byte[]>> chunks_;
+  std::byte* next_ = nullptr;
+  size_t left_ = 0;
+};
+
 class Record {
  public:
-  // The values are measured; their pointers may point anywhere.
-  static RecordRef Create(CEOID oid, std::span<const CEPROPVAL> values);
+  // The values' bytes may lie anywhere. Without an arena the record is an allocation of its own.
+  static RecordRef Create(CEOID oid, std::span<const Value> values, RecordArena* arena = nullptr);
 
   CEOID oid() const { return oid_; }
-  std::span<const CEPROPVAL> properties() const { return {Values(), property_count_}; }
-  const CEPROPVAL* Find(CEPROPID id) const;
 
-  const BYTE* block() const { return reinterpret_cast<const BYTE*>(this + 1); }
-  uint32_t block_bytes() const { return block_bytes_; }
+  // Properties stand in the order in which they were first written.
+  size_t property_count() const { return property_count_; }
+  CEPROPID IdAt(size_t index) const { return Properties()[index].id; }
+  Value At(size_t index) const;
+
+  // Where a property stands; kNowhere when the record has none such. Looking begins at the hint, so that whoever asks for
+  // one after the other finds each at once.
+  static constexpr size_t kNowhere = ~size_t{0};
+  size_t IndexOf(CEPROPID id, size_t hint = 0) const;
+  bool Has(CEPROPID id) const { return IndexOf(id) != kNowhere; }
+
+  // Of a property that is a number of four bytes.
+  uint32_t NumberAt(size_t index) const { return Properties()[index].value; }
+  void SetNumberAt(size_t index, uint32_t number) { Properties()[index].value = number; }
+
+  // Whether both have the same property there, with the same value.
+  bool SameAt(size_t index, const Record& other) const;
 
   // What the record counts for in its database's size and against the limit of one record.
   uint32_t counted_bytes() const { return counted_bytes_; }
 
-  // Replaces a value of fixed width while the record is being loaded, before anybody has seen it.
-  void PatchFixed(const CEPROPVAL* value, uint32_t number);
-
   // The text sort key of each order, once an order has needed it. It belongs to the record's text, so it is no change.
   std::array<std::unique_ptr<uint8_t[]>, CEDB_MAXSORTORDER> text_keys;
 
-  bool in_file = false;              // a row of the file holds this record or an older state of it
+  bool in_file = false;              // the file holds this record or an older state of it
   CEPROPID changed = kChangedWhole;  // kUnchanged, a property's identifier, or kChangedWhole
 
   Record(const Record&) = delete;
@@ -49,23 +73,42 @@ class Record {
 
  private:
   friend class RecordRef;
-  Record(CEOID oid, uint32_t property_count, uint32_t block_bytes, uint32_t counted_bytes)
-      : oid_(oid), property_count_(property_count), block_bytes_(block_bytes), counted_bytes_(counted_bytes) {}
+  enum class Form : uint16_t { kNumber, kLongNumber, kNarrowText, kWideText, kBlob };
+
+  struct Property {
+    CEPROPID id;
+    uint16_t length;  // units of a text, bytes of a blob
+    Form form;
+    uint32_t value;  // a number of at most four bytes; else where the bytes begin, behind the list
+  };
+
+  Record(CEOID oid, size_t property_count, size_t counted_bytes, bool in_arena)
+      : oid_(oid),
+        property_count_(static_cast<uint32_t>(property_count)),
+        counted_bytes_(static_cast<uint32_t>(counted_bytes)),
+        in_arena_(in_arena) {}
   ~Record() = default;
 
-  const CEPROPVAL* Values() const { return reinterpret_cast<const CEPROPVAL*>(this + 1); }
+  static Form FormOf(const Value& value);
+  static size_t BytesOf(Form form, size_t length);
+  static void Fill(std::span<const Value> values, Property* properties);
+  const Property* Properties() const { return reinterpret_cast<const Property*>(this + 1); }
+  Property* Properties() { return reinterpret_cast<Property*>(this + 1); }
+  const uint8_t* Bytes() const { return reinterpret_cast<const uint8_t*>(Properties() + property_count_); }
   void Release();
 
   CEOID oid_;
   uint32_t references_ = 0;
   uint32_t property_count_;
-  uint32_t block_bytes_;
   uint32_t counted_bytes_;
+  bool in_arena_;
 };
-static_assert(sizeof(Record) % alignof(CEPROPVAL) == 0);
 
 // What a record of these values counts for.
-uint64_t CountedBytes(std::span<const CEPROPVAL> values);
+uint64_t CountedBytes(std::span<const Value> values);
+
+// All values of a record.
+void AppendValues(const Record& record, std::vector<Value>& values);
 
 // Which change makes one record's properties into the other's.
 CEPROPID ChangeBetween(const Record& before, const Record& after);

@@ -1,151 +1,253 @@
 // See record_body.h.
+//
+// Every record is written in the compact layout. There is one way to write a value in it, and a body that takes another
+// is no body of ours: what was decoded would not be written as the same bytes.
 #include "record_body.h"
 
 #include <algorithm>
-#include <cstring>
-#include <string>
+#include <limits>
 
 namespace objectstore {
 
 namespace {
 
-void EncodeValue(const CEPROPVAL& value, BodyWriter& writer) {
-  writer.Put32(value.propid);
-  switch (TypeOf(value.propid)) {
+// What the low four bits of a property's first byte say.
+enum class Code : uint8_t {
+  kI2,
+  kUi2,
+  kI4,
+  kUi4,
+  kBool,
+  kR8,
+  kTime,
+  kNarrowText,
+  kWideText,
+  kBlob,
+  kBlobOfZeros,
+};
+constexpr uint8_t kCodeMask = 0x0F;
+
+// Set where the property's number is the one after that of the property before; else the number follows.
+constexpr uint8_t kNextNumber = 0x10;
+
+constexpr WORD kTypes[] = {CEVT_I2,       CEVT_UI2,    CEVT_I4,     CEVT_UI4,  CEVT_BOOL, CEVT_R8,
+                           CEVT_FILETIME, CEVT_LPWSTR, CEVT_LPWSTR, CEVT_BLOB, CEVT_BLOB};
+
+// The fewest bytes that a property takes in a body of either layout.
+constexpr size_t kSmallestPropertyBytes = 2;
+
+constexpr uint32_t kLargestPropertyNumber = std::numeric_limits<uint16_t>::max();
+
+bool IsAllZero(std::span<const uint8_t> bytes) {
+  return std::all_of(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte == 0; });
+}
+
+Code CodeOf(const Value& value) {
+  switch (TypeOf(value.id)) {
     case CEVT_LPWSTR:
-      writer.Put32(value.wLenData);
-      writer.PutText(value.val.lpwstr, value.wLenData);
-      return;
+      return value.narrow ? Code::kNarrowText : Code::kWideText;
     case CEVT_BLOB:
-      writer.Put32(value.val.blob.dwCount);
-      writer.PutBytes(value.val.blob.lpb, value.val.blob.dwCount);
-      return;
-    case CEVT_R8: {
-      uint64_t bits;
-      std::memcpy(&bits, &value.val.dblVal, sizeof bits);
-      writer.Put64(bits);
-      return;
-    }
-    case CEVT_FILETIME:
-      writer.Put32(value.val.filetime.dwLowDateTime);
-      writer.Put32(value.val.filetime.dwHighDateTime);
-      return;
-    case CEVT_I2:
-    case CEVT_UI2:
-      writer.Put16(value.val.uiVal);
-      return;
+      return value.length != 0 && IsAllZero({value.bytes, value.length}) ? Code::kBlobOfZeros : Code::kBlob;
     default:
-      writer.Put32(value.val.ulVal);
-      return;
+      return static_cast<Code>(std::find(std::begin(kTypes), std::end(kTypes), TypeOf(value.id)) - std::begin(kTypes));
   }
 }
 
-// The fewest bytes that a property takes in a body: its identifier and a number of two bytes.
-constexpr size_t kSmallestPropertyBytes = 6;
+void EncodePayload(const Value& value, Code code, BodyWriter& writer) {
+  switch (code) {
+    case Code::kI2:
+      return writer.PutCount(ZigZag(static_cast<int16_t>(value.number)));
+    case Code::kI4:
+      return writer.PutCount(ZigZag(static_cast<int32_t>(value.number)));
+    case Code::kUi2:
+    case Code::kUi4:
+    case Code::kBool:
+      return writer.PutCount(value.number);
+    case Code::kR8:
+    case Code::kTime:
+      return writer.Put64(value.number);
+    default:
+      break;
+  }
+  writer.PutCount(value.length);
+  if (code == Code::kBlobOfZeros) return;
+  const bool is_text = code != Code::kBlob;
+  writer.PutBytes(value.bytes, is_text ? BytesOfText(value.length, value.narrow) : value.length);
+}
+
+uint64_t GetSigned(BodyReader& reader, int bits) {
+  const uint64_t largest = (uint64_t{1} << bits) - 1;
+  return static_cast<uint64_t>(UnZigZag(reader.GetCount(largest))) & largest;
+}
+
+// A text has no zero: in memory it ends with one. One that could be narrow is.
+void DecodeText(BodyReader& reader, size_t length, bool narrow, Value& value) {
+  if (length > kLongestTextUnits) return reader.Reject();
+  const auto bytes = reader.GetBytes(BytesOfText(length, narrow));
+  if (!reader.ok()) return;
+  if (HoldsZero(bytes.data(), length, narrow)) return reader.Reject();
+  value.length = static_cast<uint32_t>(length);
+  value.narrow = narrow;
+  value.bytes = bytes.data();
+}
+
+void DecodeBlob(BodyReader& reader, size_t length, Value& value) {
+  if (length > CEDB_MAXPROPDATASIZE) return reader.Reject();
+  const auto bytes = reader.GetBytes(length);
+  value.length = static_cast<uint32_t>(bytes.size());
+  value.bytes = bytes.data();
+}
+
+void DecodePayload(BodyReader& reader, Code code, Value& value) {
+  switch (code) {
+    case Code::kI2:
+      value.number = GetSigned(reader, 16);
+      return;
+    case Code::kI4:
+      value.number = GetSigned(reader, 32);
+      return;
+    case Code::kUi2:
+      value.number = reader.GetCount(std::numeric_limits<uint16_t>::max());
+      return;
+    case Code::kUi4:
+    case Code::kBool:
+      value.number = reader.GetCount(std::numeric_limits<uint32_t>::max());
+      return;
+    case Code::kR8:
+    case Code::kTime:
+      value.number = reader.Get64();
+      return;
+    default:
+      break;
+  }
+  const size_t length = reader.GetCount(CEDB_MAXPROPDATASIZE);
+  switch (code) {
+    case Code::kNarrowText:
+      return DecodeText(reader, length, true, value);
+    case Code::kWideText:
+      DecodeText(reader, length, false, value);
+      if (reader.ok() && CouldBeNarrow(value.bytes, length)) reader.Reject();
+      return;
+    case Code::kBlob:
+      DecodeBlob(reader, length, value);
+      if (reader.ok() && length != 0 && IsAllZero({value.bytes, length})) reader.Reject();
+      return;
+    default:
+      if (length == 0) return reader.Reject();
+      value.length = static_cast<uint32_t>(length);
+  }
+}
+
+void DecodeCompact(BodyReader& reader, int64_t& number, Value& value) {
+  const uint8_t head = reader.Get8();
+  const auto code = static_cast<uint8_t>(head & kCodeMask);
+  const bool is_next = (head & kNextNumber) != 0;
+  if (code >= std::size(kTypes) || (head & ~(kCodeMask | kNextNumber)) != 0) return reader.Reject();
+  const int64_t next = number + 1;
+  number = is_next ? next : static_cast<int64_t>(reader.GetCount(kLargestPropertyNumber));
+  if (number > kLargestPropertyNumber || (!is_next && number == next)) return reader.Reject();
+  value.id = static_cast<uint32_t>(number) << 16 | kTypes[code];
+  DecodePayload(reader, static_cast<Code>(code), value);
+}
 
 }  // namespace
 
 std::span<const uint8_t> EncodeRecord(const Record& record, int64_t key, uint64_t flush, BodyWriter& writer) {
-  writer.Start(BodyKind::kRecord);
-  writer.Put64(flush);
-  writer.Put32(static_cast<uint32_t>(record.properties().size()));
-  for (const CEPROPVAL& value : record.properties()) EncodeValue(value, writer);
+  writer.Start(BodyKind::kRecord, Layout::kCompact);
+  writer.PutCount(flush);
+  writer.PutCount(record.property_count());
+  int64_t number = -1;
+  for (size_t i = 0; i < record.property_count(); ++i) {
+    const Value value = record.At(i);
+    const Code code = CodeOf(value);
+    const int64_t next = number + 1;
+    number = value.id >> 16;
+    writer.Put8(static_cast<uint8_t>(static_cast<uint8_t>(code) | (number == next ? kNextNumber : 0)));
+    if (number != next) writer.PutCount(static_cast<uint64_t>(number));
+    EncodePayload(value, code, writer);
+  }
   return writer.Seal(key);
 }
 
-Status RecordDecoder::Decode(std::span<const uint8_t> body, int64_t key, RecordRef& record, uint64_t& flush) {
+// The layout of the first version: the identifier, then the value in a fixed number of bytes. Texts are wide.
+void RecordDecoder::DecodeFirst(BodyReader& reader, Value& value) {
+  value.id = reader.Get32();
+  if (IsText(value.id)) {
+    DecodeText(reader, reader.Get32(), false, value);
+    if (!reader.ok() || !CouldBeNarrow(value.bytes, value.length)) return;
+    const size_t offset = narrowed_.size();
+    narrowed_.resize(offset + value.length);
+    NarrowBytes(value.bytes, value.length, narrowed_.data() + offset);
+    value.bytes = narrowed_.data() + offset;
+    value.narrow = true;
+  } else if (IsBlob(value.id)) {
+    DecodeBlob(reader, reader.Get32(), value);
+  } else if (FixedWidth(value.id) == sizeof(uint16_t)) {
+    value.number = reader.Get16();
+  } else if (FixedWidth(value.id) == sizeof(uint32_t)) {
+    value.number = reader.Get32();
+  } else if (FixedWidth(value.id) == sizeof(uint64_t)) {
+    value.number = reader.Get64();
+  } else {
+    reader.Reject();
+  }
+}
+
+Status RecordDecoder::Decode(std::span<const uint8_t> body, int64_t key, RecordRef& record, uint64_t& flush,
+                             RecordArena* arena) {
   BodyReader reader(body, BodyKind::kRecord, key);
-  flush = reader.Get64();
-  const uint32_t count = reader.Get32();
+  const bool compact = reader.layout() == Layout::kCompact;
+  flush = compact ? reader.GetCount(std::numeric_limits<uint64_t>::max()) : reader.Get64();
+  const uint64_t count = compact ? reader.GetCount(body.size()) : reader.Get32();
   if (count > reader.remaining() / kSmallestPropertyBytes) return Status::kCorrupt;
   values_.clear();
-  texts_.clear();
-  characters_.clear();
-  for (uint32_t i = 0; i < count; ++i) {
-    CEPROPVAL value;
-    std::memset(&value, 0, sizeof value);
-    value.propid = reader.Get32();
-    DecodeValue(reader, value);
+  narrowed_.clear();
+  narrowed_.reserve(body.size());  // more than the texts can take: they stay where they are put
+  int64_t number = -1;
+  for (uint64_t i = 0; i < count; ++i) {
+    Value& value = values_.emplace_back();
+    if (compact) {
+      DecodeCompact(reader, number, value);
+    } else {
+      DecodeFirst(reader, value);
+    }
     if (!reader.ok()) break;
-    values_.push_back(value);
   }
   STORE_TRY(reader.Finished());
-  for (const auto& [index, offset] : texts_) values_[index].val.lpwstr = characters_.data() + offset;
   if (CountedBytes(values_) > CEDB_MAXRECORDSIZE) return Status::kCorrupt;
-  record = Record::Create(LowWord(key), values_);
+  record = Record::Create(LowWord(key), values_, arena);
   return Status::kOk;
 }
 
-void RecordDecoder::DecodeValue(BodyReader& reader, CEPROPVAL& value) {
-  switch (TypeOf(value.propid)) {
-    case CEVT_LPWSTR:
-      return DecodeText(reader, value);
-    case CEVT_BLOB:
-      return DecodeBlob(reader, value);
-    case CEVT_R8: {
-      const uint64_t bits = reader.Get64();
-      std::memcpy(&value.val.dblVal, &bits, sizeof bits);
-      return;
-    }
-    case CEVT_FILETIME:
-      value.val.filetime.dwLowDateTime = reader.Get32();
-      value.val.filetime.dwHighDateTime = reader.Get32();
-      return;
-    case CEVT_I2:
-    case CEVT_UI2:
-      value.val.uiVal = reader.Get16();
-      return;
-    case CEVT_I4:
-    case CEVT_UI4:
-    case CEVT_BOOL:
-      value.val.ulVal = reader.Get32();
-      return;
-    default:
-      return reader.Reject();
-  }
-}
-
-// A text is zero-terminated in memory, so that a zero within it would cut it short.
-void RecordDecoder::DecodeText(BodyReader& reader, CEPROPVAL& value) {
-  const uint32_t length = reader.Get32();
-  if (length > CEDB_MAXPROPDATASIZE / sizeof(WCHAR) - 1 || length > reader.remaining()) return reader.Reject();
-  const size_t offset = characters_.size();
-  characters_.resize(offset + length + 1);
-  WCHAR* text = characters_.data() + offset;
-  if (!reader.GetText(text, length) || std::char_traits<WCHAR>::length(text) != length) return reader.Reject();
-  texts_.emplace_back(values_.size(), offset);
-  value.wLenData = static_cast<WORD>(length);
-}
-
-void RecordDecoder::DecodeBlob(BodyReader& reader, CEPROPVAL& value) {
-  const uint32_t count = reader.Get32();
-  if (count > CEDB_MAXPROPDATASIZE) return reader.Reject();
-  const auto bytes = reader.GetBytes(count);
-  value.val.blob.dwCount = static_cast<DWORD>(bytes.size());
-  value.val.blob.lpb = const_cast<BYTE*>(bytes.data());  // only read from: the record gets a copy
-}
-
+// Identifiers and values as differences from those before, which are small where there is an order in them.
 std::span<const uint8_t> EncodePacked(const PackedColumn& column, int64_t key, BodyWriter& writer) {
-  writer.Start(BodyKind::kPacked);
-  writer.Put64(column.flush);
-  writer.Put32(static_cast<uint32_t>(column.values.size()));
+  writer.Start(BodyKind::kPacked, Layout::kCompact);
+  writer.PutCount(column.flush);
+  writer.PutCount(column.values.size());
+  CEOID oid_before = 0;
+  uint32_t number_before = 0;
   for (const auto& [oid, number] : column.values) {
-    writer.Put32(oid);
-    writer.Put32(number);
+    writer.PutCount(oid - oid_before);
+    writer.PutCount(ZigZag(static_cast<int32_t>(number - number_before)));
+    oid_before = oid;
+    number_before = number;
   }
   return writer.Seal(key);
 }
 
 Status DecodePacked(std::span<const uint8_t> body, int64_t key, PackedColumn& column) {
   BodyReader reader(body, BodyKind::kPacked, key);
+  const bool compact = reader.layout() == Layout::kCompact;
   column.property = LowWord(key);
-  column.flush = reader.Get64();
-  const uint32_t count = reader.Get32();
+  column.flush = compact ? reader.GetCount(std::numeric_limits<uint64_t>::max()) : reader.Get64();
+  const uint64_t count = compact ? reader.GetCount(CEDB_MAXNUMRECORDS) : reader.Get32();
   if (FixedWidth(column.property) != sizeof(uint32_t) || count > CEDB_MAXNUMRECORDS) reader.Reject();
   CEOID previous = 0;
-  for (uint32_t i = 0; i < count && reader.ok(); ++i) {
-    const CEOID oid = reader.Get32();
-    const uint32_t number = reader.Get32();
+  uint32_t number = 0;
+  for (uint64_t i = 0; i < count && reader.ok(); ++i) {
+    const CEOID oid =
+        compact ? previous + static_cast<CEOID>(reader.GetCount(std::numeric_limits<CEOID>::max())) : reader.Get32();
+    number = compact ? number + static_cast<uint32_t>(GetSigned(reader, 32)) : reader.Get32();
     if (oid <= previous) reader.Reject();
     previous = oid;
     column.values.emplace_back(oid, number);

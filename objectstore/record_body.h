@@ -21,16 +21,14 @@ std::span<const uint8_t> EncodeRecord(const Record& record, int64_t key, uint64_
 // Decodes record bodies one after the other, using the same memory for all.
 class RecordDecoder {
  public:
-  Status Decode(std::span<const uint8_t> body, int64_t key, RecordRef& record, uint64_t& flush);
+  Status Decode(std::span<const uint8_t> body, int64_t key, RecordRef& record, uint64_t& flush,
+                RecordArena* arena = nullptr);
 
  private:
-  void DecodeValue(BodyReader& reader, CEPROPVAL& value);
-  void DecodeText(BodyReader& reader, CEPROPVAL& value);
-  void DecodeBlob(BodyReader& reader, CEPROPVAL& value);
+  void DecodeFirst(BodyReader& reader, Value& value);
 
-  std::vector<CEPROPVAL> values_;
-  std::vector<std::pair<size_t, size_t>> texts_;  // index of the value, offset in characters_
-  std::vector<WCHAR> characters_;
+  std::vector<Value> values_;
+  std::vector<uint8_t> narrowed_;  // texts that a body of the first layout spends two bytes a unit on
 };
 
 // The values of one property of four bytes in all records of a database that have it, as of one flush.

@@ -23,7 +23,7 @@ CEOID HighWord(int64_t key) { return static_cast<CEOID>(static_cast<uint64_t>(ke
 
 bool IsKind(uint8_t byte) {
   return std::any_of(std::begin(kKinds), std::end(kKinds),
-                     [byte](BodyKind kind) { return static_cast<uint8_t>(kind) == byte; });
+                     [byte](BodyKind kind) { return static_cast<uint8_t>(kind) == KindWithoutLayout(byte); });
 }
 
 }  // namespace
@@ -116,7 +116,8 @@ bool Salvage::VisitCell(uint32_t table, uint32_t number, const Page& page, uint3
   const std::optional<RawRow> row = head ? ReadRow(*pages_, page, *head) : std::nullopt;
   if (row) {
     const bool ascends = !previous_key_ || row->key > *previous_key_;
-    const bool of_table = row->body.size() > kKindPlace && row->body[kKindPlace] == static_cast<uint8_t>(kKinds[table]);
+    const bool of_table = row->body.size() > kKindPlace &&
+                          KindWithoutLayout(row->body[kKindPlace]) == static_cast<uint8_t>(kKinds[table]);
     const Taken taken = of_table ? Take(*row, number, false) : Taken::kUnsound;
     if (taken != Taken::kUnsound) {
       for (const uint32_t further : row->further_pages) visited_[further] = true;

@@ -13,7 +13,7 @@ constexpr size_t kKindPlace = 8;
 
 CEOID HighWord(int64_t key) { return static_cast<CEOID>(static_cast<uint64_t>(key) >> 32); }
 
-uint8_t KindOf(const RawRow& row) { return row.body.size() > kKindPlace ? row.body[kKindPlace] : 0; }
+uint8_t KindOf(const RawRow& row) { return row.body.size() > kKindPlace ? KindWithoutLayout(row.body[kKindPlace]) : 0; }
 bool IsOf(const RawRow& row, BodyKind kind) { return KindOf(row) == static_cast<uint8_t>(kind); }
 bool IsDatabaseKey(int64_t key) { return key > 0 && key <= 0xFFFFFFFF; }
 bool IsRecordKey(int64_t key) { return LowWord(key) != 0 && HighWord(key) != 0 && LowWord(key) != HighWord(key); }
@@ -232,13 +232,13 @@ bool Salvage::ApplyColumn(CEOID oid, const PackedColumn& column) {
   for (auto entry = first; entry != end; ++entry) {
     if (entry->second.flush > column.flush) continue;
     Record& record = *entry->second.record;
-    const CEPROPVAL* value = record.Find(column.property);
+    const size_t index = record.IndexOf(column.property);
     const auto pair = std::lower_bound(column.values.begin(), column.values.end(), record.oid(),
                                        [](const auto& one, CEOID wanted) { return one.first < wanted; });
     const bool in_column = pair != column.values.end() && pair->first == record.oid();
-    if (in_column && value != nullptr) {
-      record.PatchFixed(value, pair->second);
-    } else if (in_column != (value != nullptr)) {
+    if (in_column && index != Record::kNowhere) {
+      record.SetNumberAt(index, pair->second);
+    } else if (in_column != (index != Record::kNowhere)) {
       fits = false;
       Add(XKRFindingColumn, oid, record.oid(), entry->second.page,
           "the record does not fit the packed column of property " + Hexadecimal(column.property));

@@ -20,18 +20,26 @@ bool SameRow(const StatementUse& row, const SchemaRow& expected) {
          row.GetNumber(3, root_page) && root_page == expected.root_page && SameText(row, 4, expected.sql);
 }
 
+Status ReadNumber(sqlite3* connection, const char* sql, int64_t& number) {
+  Statement statement;
+  STORE_TRY(statement.Prepare(connection, sql));
+  StatementUse use(statement);
+  bool has_row = false;
+  STORE_TRY(use.Step(has_row));
+  return has_row && use.GetNumber(0, number) ? Status::kOk : Status::kCorrupt;
+}
+
 }  // namespace
 
-Status CheckHeaderNumbers(sqlite3* connection) {
+Status CheckHeaderNumbers(sqlite3* connection, uint32_t& version) {
+  int64_t number = 0;
   for (const auto& [sql, expected] : sql::kHeaderNumbers) {
-    Statement header;
-    STORE_TRY(header.Prepare(connection, sql));
-    StatementUse use(header);
-    bool has_row = false;
-    int64_t number = 0;
-    STORE_TRY(use.Step(has_row));
-    if (!has_row || !use.GetNumber(0, number) || number != expected) return Status::kCorrupt;
+    STORE_TRY(ReadNumber(connection, sql, number));
+    if (number != expected) return Status::kCorrupt;
   }
+  STORE_TRY(ReadNumber(connection, sql::kReadFormatVersion, number));
+  if (number < kFirstFormatVersion || number > kFormatVersion) return Status::kCorrupt;
+  version = static_cast<uint32_t>(number);
   return Status::kOk;
 }
 

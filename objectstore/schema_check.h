@@ -6,7 +6,7 @@
 namespace objectstore {
 
 // Corrupt when it is none.
-Status CheckHeaderNumbers(sqlite3* connection);
+Status CheckHeaderNumbers(sqlite3* connection, uint32_t& version);
 Status CheckTableOfTables(sqlite3* connection);
 
 }  // namespace objectstore

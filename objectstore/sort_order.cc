@@ -2,6 +2,7 @@
 #include "sort_order.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -23,27 +24,51 @@ uint64_t OrderedDouble(double number) {
   return (bits & kSignBit) != 0 ? ~bits : bits | kSignBit;
 }
 
-uint64_t OrderedNumber(const CEPROPVAL& value) {
-  switch (TypeOf(value.propid)) {
+uint64_t OrderedNumber(CEPROPID id, uint64_t number) {
+  switch (TypeOf(id)) {
     case CEVT_I2:
-      return OrderedSigned(value.val.iVal);
+      return OrderedSigned(static_cast<int16_t>(number));
     case CEVT_I4:
-      return OrderedSigned(value.val.lVal);
+      return OrderedSigned(static_cast<int32_t>(number));
     case CEVT_R8:
-      return OrderedDouble(value.val.dblVal);
+      return OrderedDouble(std::bit_cast<double>(number));
     case CEVT_BOOL:
-      return value.val.boolVal != 0 ? 1 : 0;
-    case CEVT_UI2:
-      return value.val.uiVal;
-    case CEVT_UI4:
-      return value.val.ulVal;
+      return number != 0 ? 1 : 0;
     default:
-      return uint64_t{value.val.filetime.dwHighDateTime} << 32 | value.val.filetime.dwLowDateTime;
+      return number;
   }
 }
 
+// A text in units, in a buffer of its own when it is a usual one.
+class UnitsOf {
+ public:
+  explicit UnitsOf(const Value& value) : data_(value.client) {
+    if (data_ != nullptr) return;
+    if (value.length > usual_.size()) {
+      long_.resize(value.length);
+      data_ = long_.data();
+      CopyUnits(value.bytes, value.length, value.narrow, long_.data());
+    } else {
+      data_ = usual_.data();
+      CopyUnits(value.bytes, value.length, value.narrow, usual_.data());
+    }
+  }
+  UnitsOf(const UnitsOf&) = delete;
+  UnitsOf& operator=(const UnitsOf&) = delete;
+  const WCHAR* data() const { return data_; }
+
+ private:
+  std::array<WCHAR, 256> usual_;
+  std::vector<WCHAR> long_;
+  const WCHAR* data_;
+};
+
 int CompareTextKeys(const uint8_t* a, const uint8_t* b) {
   return std::strcmp(reinterpret_cast<const char*>(a), reinterpret_cast<const char*>(b));
+}
+
+bool SameKey(const SortKey& a, const SortKey& b) {
+  return a.lead == b.lead && (a.text == nullptr || CompareTextKeys(a.text, b.text) == 0);
 }
 
 }  // namespace
@@ -57,6 +82,7 @@ void SortOrder::Build(std::span<const RecordRef> records) {
   Fill(records, present, absent);
   present_.swap(present);
   absent_.swap(absent);
+  by_identifier_ = absent_.empty() && AscendByIdentifier(present_);
   built_ = true;
   put_off_ = false;
 }
@@ -65,6 +91,7 @@ void SortOrder::Settle(std::span<const RecordRef> records) {
   moves_since_asked_ = 0;
   if (!put_off_) return;
   Fill(records, present_, absent_);
+  by_identifier_ = absent_.empty() && AscendByIdentifier(present_);
   put_off_ = false;
 }
 
@@ -74,16 +101,23 @@ void SortOrder::Fill(std::span<const RecordRef> records, std::vector<Entry>& pre
   present.clear();
   absent.clear();
   for (const RecordRef& record : records) {
-    const CEPROPVAL* value = record->Find(spec_.propid);
-    if (value == nullptr) {
+    const size_t index = IndexIn(*record);
+    if (index == Record::kNowhere) {
       absent.push_back(record.get());
     } else {
-      present.push_back({KeyOfRecord(*record, *value).lead, record.get()});
+      present.push_back({KeyOfRecord(*record, index).lead, record.get()});
     }
   }
-  std::sort(present.begin(), present.end(), [this](const Entry& a, const Entry& b) {
+  const auto before = [this](const Entry& a, const Entry& b) {
     return EntryBefore(a, {b.lead, b.record->text_keys[slot_].get()}, b.record->oid());
-  });
+  };
+  // Records are often in order already: what they are sorted on has grown with their identifiers.
+  if (!std::is_sorted(present.begin(), present.end(), before)) std::sort(present.begin(), present.end(), before);
+}
+
+bool SortOrder::AscendByIdentifier(std::span<const Entry> entries) {
+  return std::is_sorted(entries.begin(), entries.end(),
+                        [](const Entry& a, const Entry& b) { return a.record->oid() < b.record->oid(); });
 }
 
 // Whether a record's change of place is to wait. Below so many, moving each is cheaper than sorting all.
@@ -109,23 +143,25 @@ Record* SortOrder::At(size_t position) const {
 }
 
 size_t SortOrder::PositionOf(const Record& record) const {
-  const CEPROPVAL* value = record.Find(spec_.propid);
-  if (value == nullptr) return AbsentIndex(record.oid()) + (UnknownFirst() ? 0 : present_.size());
-  return present_begin() + PresentIndex(KeyOfRecord(record, *value), record.oid());
+  const size_t index = IndexIn(record);
+  if (index == Record::kNowhere) return AbsentIndex(record.oid()) + (UnknownFirst() ? 0 : present_.size());
+  return present_begin() + PresentIndex(KeyOfRecord(record, index), record.oid());
 }
 
 void SortOrder::PrepareKey(Record& record) const {
-  if (!IsText() || record.text_keys[slot_] != nullptr) return;
-  const CEPROPVAL* value = record.Find(spec_.propid);
-  if (value == nullptr) return;
+  if (!SortsText() || record.text_keys[slot_] != nullptr) return;
+  const size_t index = IndexIn(record);
+  if (index == Record::kNowhere) return;
+  const Value value = record.At(index);
+  const UnitsOf units(value);
   const Collation& collation = Collation::ForFlags(spec_.dwFlags);
   uint8_t room[512];
-  const size_t size = collation.KeyOf(value->val.lpwstr, value->wLenData, room, sizeof room);
+  const size_t size = collation.KeyOf(units.data(), value.length, room, sizeof room);
   std::unique_ptr<uint8_t[]> key(new uint8_t[size]);
   if (size <= sizeof room) {
     std::memcpy(key.get(), room, size);
   } else {
-    collation.KeyOf(value->val.lpwstr, value->wLenData, key.get(), size);
+    collation.KeyOf(units.data(), value.length, key.get(), size);
   }
   record.text_keys[slot_] = std::move(key);
 }
@@ -137,44 +173,47 @@ void SortOrder::Reserve(size_t count) {
 
 void SortOrder::Insert(Record& record) {
   if (put_off_) return;
-  const CEPROPVAL* value = record.Find(spec_.propid);
-  if (value == nullptr) {
+  const size_t value = IndexIn(record);
+  if (value == Record::kNowhere) {
+    by_identifier_ = false;
     absent_.insert(absent_.begin() + static_cast<ptrdiff_t>(AbsentIndex(record.oid())), &record);
     return;
   }
-  const SortKey key = KeyOfRecord(record, *value);
+  const SortKey key = KeyOfRecord(record, value);
   const size_t index = PresentIndex(key, record.oid());
   if (index != present_.size() && PutOff()) return;
+  if (index != present_.size() || (index != 0 && present_.back().record->oid() > record.oid())) by_identifier_ = false;
   present_.insert(present_.begin() + static_cast<ptrdiff_t>(index), {key.lead, &record});
 }
 
 void SortOrder::Erase(const Record& record) {
   if (put_off_) return;
-  const CEPROPVAL* value = record.Find(spec_.propid);
-  if (value == nullptr) {
+  const size_t value = IndexIn(record);
+  if (value == Record::kNowhere) {
     absent_.erase(absent_.begin() + static_cast<ptrdiff_t>(AbsentIndex(record.oid())));
     return;
   }
-  const size_t index = PresentIndex(KeyOfRecord(record, *value), record.oid());
+  const size_t index = PresentIndex(KeyOfRecord(record, value), record.oid());
   present_.erase(present_.begin() + static_cast<ptrdiff_t>(index));
 }
 
 bool SortOrder::Replace(const Record& before, Record& after) {
   if (put_off_) return true;
-  const CEPROPVAL* old_value = before.Find(spec_.propid);
-  const CEPROPVAL* new_value = after.Find(spec_.propid);
-  if (old_value == nullptr && new_value == nullptr) {
+  const size_t old_value = IndexIn(before);
+  const size_t new_value = IndexIn(after);
+  if (old_value == Record::kNowhere && new_value == Record::kNowhere) {
     absent_[AbsentIndex(after.oid())] = &after;
     return false;
   }
-  if (old_value == nullptr || new_value == nullptr) {
+  if (old_value == Record::kNowhere || new_value == Record::kNowhere) {
     Erase(before);
     Insert(after);
     return true;
   }
-  if (!SameValue(*old_value, *new_value) && PutOff()) return true;
-  const SortKey new_key = KeyOfRecord(after, *new_value);
-  const size_t from = PresentIndex(KeyOfRecord(before, *old_value), before.oid());
+  const SortKey old_key = KeyOfRecord(before, old_value);
+  const SortKey new_key = KeyOfRecord(after, new_value);
+  if (!SameKey(old_key, new_key) && PutOff()) return true;
+  const size_t from = PresentIndex(old_key, before.oid());
   size_t to = PresentIndex(new_key, after.oid());
   const auto entries = present_.begin();
   if (to > from) {  // its own entry is counted among those before it
@@ -185,19 +224,21 @@ bool SortOrder::Replace(const Record& before, Record& after) {
     std::move_backward(entries + static_cast<ptrdiff_t>(to), entries + static_cast<ptrdiff_t>(from),
                        entries + static_cast<ptrdiff_t>(from) + 1);
   }
+  if (to != from) by_identifier_ = false;
   present_[to] = {new_key.lead, &after};
   return to != from;
 }
 
-SortKey SortOrder::KeyOfValue(const CEPROPVAL& measured, std::vector<uint8_t>& scratch) const {
-  if (!IsText()) return {LeadOfNumber(measured), nullptr};
+SortKey SortOrder::KeyOfValue(const Value& value, std::vector<uint8_t>& scratch) const {
+  if (!SortsText()) return {LeadOfNumber(value.number), nullptr};
+  const UnitsOf units(value);
   constexpr size_t kUsualKeyBytes = 512;
   if (scratch.size() < kUsualKeyBytes) scratch.resize(kUsualKeyBytes);
   const Collation& collation = Collation::ForFlags(spec_.dwFlags);
-  const size_t size = collation.KeyOf(measured.val.lpwstr, measured.wLenData, scratch.data(), scratch.size());
+  const size_t size = collation.KeyOf(units.data(), value.length, scratch.data(), scratch.size());
   if (size > scratch.size()) {
     scratch.resize(size);
-    collation.KeyOf(measured.val.lpwstr, measured.wLenData, scratch.data(), scratch.size());
+    collation.KeyOf(units.data(), value.length, scratch.data(), scratch.size());
   }
   return {LeadOfText(scratch.data()), scratch.data()};
 }
@@ -217,14 +258,14 @@ uint64_t SortOrder::LeadOfText(const uint8_t* key) const {
   return Descending() ? ~lead : lead;
 }
 
-uint64_t SortOrder::LeadOfNumber(const CEPROPVAL& value) const {
-  const uint64_t lead = OrderedNumber(value);
+uint64_t SortOrder::LeadOfNumber(uint64_t number) const {
+  const uint64_t lead = OrderedNumber(spec_.propid, number);
   if (!Descending()) return lead;
   return ~lead;
 }
 
-SortKey SortOrder::KeyOfRecord(const Record& record, const CEPROPVAL& value) const {
-  if (!IsText()) return {LeadOfNumber(value), nullptr};
+SortKey SortOrder::KeyOfRecord(const Record& record, size_t index) const {
+  if (!SortsText()) return {LeadOfNumber(record.At(index).number), nullptr};
   const uint8_t* text = record.text_keys[slot_].get();
   return {LeadOfText(text), text};
 }

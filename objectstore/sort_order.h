@@ -42,6 +42,9 @@ class SortOrder {
   // Catches up with changes that were put off. Comes before every question below and needs no memory.
   void Settle(std::span<const RecordRef> records);
 
+  // Every record has the property, and the order is that of the identifiers. False also while that is not known.
+  bool GoesByIdentifier() const { return by_identifier_ && !put_off_; }
+
   Record* At(size_t position) const;
 
   // Where the record stands, or would stand: the number of records before it. Its key must have been prepared.
@@ -59,7 +62,7 @@ class SortOrder {
   bool Replace(const Record& before, Record& after);
 
   // The records whose keys equal, or do not sort before, the key of a value; positions within the whole order.
-  SortKey KeyOfValue(const CEPROPVAL& measured, std::vector<uint8_t>& scratch) const;
+  SortKey KeyOfValue(const Value& value, std::vector<uint8_t>& scratch) const;
   size_t FirstNotBefore(const SortKey& key) const;
   bool HoldsEqual(size_t position, const SortKey& key) const;
 
@@ -75,12 +78,14 @@ class SortOrder {
 
   bool UnknownFirst() const { return (spec_.dwFlags & CEDB_SORT_UNKNOWNFIRST) != 0; }
   bool Descending() const { return (spec_.dwFlags & CEDB_SORT_DESCENDING) != 0; }
-  bool IsText() const { return TypeOf(spec_.propid) == CEVT_LPWSTR; }
+  bool SortsText() const { return IsText(spec_.propid); }
   void Fill(std::span<const RecordRef> records, std::vector<Entry>& present, std::vector<Record*>& absent) const;
+  static bool AscendByIdentifier(std::span<const Entry> entries);
   bool PutOff();
   uint64_t LeadOfText(const uint8_t* key) const;
-  uint64_t LeadOfNumber(const CEPROPVAL& value) const;
-  SortKey KeyOfRecord(const Record& record, const CEPROPVAL& value) const;
+  uint64_t LeadOfNumber(uint64_t number) const;
+  size_t IndexIn(const Record& record) const { return record.IndexOf(spec_.propid); }
+  SortKey KeyOfRecord(const Record& record, size_t index) const;
   int Compare(const Entry& entry, const SortKey& key) const;
   bool EntryBefore(const Entry& entry, const SortKey& key, CEOID oid) const;
   size_t PresentIndex(const SortKey& key, CEOID oid) const;
@@ -89,6 +94,7 @@ class SortOrder {
   SORTORDERSPEC spec_;
   size_t slot_;
   bool built_ = false;
+  bool by_identifier_ = false;
   bool put_off_ = false;          // present_ and absent_ are not current; their records may be gone
   size_t moves_since_asked_ = 0;  // records that changed places since somebody asked
   std::vector<Entry> present_;

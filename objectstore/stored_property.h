@@ -1,14 +1,12 @@
-// One typed property: what its type says about its width, which values may be stored, and how a value is packed into a
-// block.
-//
-// Inside the store a text's length in code units stands in wLenData ("measured"); what a client passes in that field is
-// not read, and what a client gets there is 0.
+// One typed property: what its type says about its width, which values may be stored, how a value stands inside the
+// store, and how values are packed into a client's block.
 #pragma once
 
 #include <cstddef>
 
 #include "object_store.h"
 #include "status.h"
+#include "text_width.h"
 
 namespace objectstore {
 
@@ -16,19 +14,53 @@ namespace objectstore {
 inline constexpr uint32_t kRecordOverheadBytes = 20;
 inline constexpr uint32_t kPropertyOverheadBytes = 4;
 
+constexpr size_t kLongestTextUnits = CEDB_MAXPROPDATASIZE / sizeof(WCHAR) - 1;
+
 constexpr WORD TypeOf(CEPROPID id) { return static_cast<WORD>(id); }
-bool IsKnownType(CEPROPID id);
+constexpr bool IsText(CEPROPID id) { return TypeOf(id) == CEVT_LPWSTR; }
+constexpr bool IsBlob(CEPROPID id) { return TypeOf(id) == CEVT_BLOB; }
 
 // Bytes of a number, a boolean or a time; 0 for text and for a blob.
-size_t FixedWidth(CEPROPID id);
+constexpr size_t FixedWidth(CEPROPID id) {
+  switch (TypeOf(id)) {
+    case CEVT_I2:
+    case CEVT_UI2:
+      return 2;
+    case CEVT_I4:
+    case CEVT_UI4:
+    case CEVT_BOOL:
+      return 4;
+    case CEVT_R8:
+    case CEVT_FILETIME:
+      return 8;
+    default:
+      return 0;
+  }
+}
 
-// The same property with the value's unused bytes zero, wFlags 0 and the text measured. A value that may not be stored
-// (unknown type, null pointer, over-long) is an invalid parameter. The pointers stay the client's.
-Status Measure(const CEPROPVAL& given, CEPROPVAL& measured);
+constexpr bool IsKnownType(CEPROPID id) { return IsText(id) || IsBlob(id) || FixedWidth(id) != 0; }
 
-// Of measured values.
-size_t PayloadBytes(const CEPROPVAL& value);
-bool SameValue(const CEPROPVAL& a, const CEPROPVAL& b);
+// A value inside the store. Its bytes may lie anywhere: with the client, in a row of the file, in a record.
+struct Value {
+  CEPROPID id = 0;
+  uint32_t length = 0;             // units of a text, bytes of a blob
+  bool narrow = false;             // a text of one byte a unit; of a client's text: it could be
+  const WCHAR* client = nullptr;   // a client's text
+  const uint8_t* bytes = nullptr;  // any other text, and a blob; null: zeros
+  uint64_t number = 0;             // any other value: its bytes as an unsigned number, a time with its high word above
+};
+
+Value NumberValue(CEPROPID id, uint64_t number);
+
+// A client's value as the store sees it. One that may not be stored (unknown type, null pointer, over-long) is an
+// invalid parameter. The pointers stay the client's.
+Status Measure(const CEPROPVAL& given, Value& measured);
+
+// What the value counts for.
+constexpr size_t PayloadBytes(CEPROPID id, size_t length) {
+  if (IsText(id)) return (length + 1) * sizeof(WCHAR);
+  return IsBlob(id) ? length : FixedWidth(id);
+}
 
 // The size of a block that holds count properties and their payloads: the array first, then each text on a 2-byte
 // boundary with its terminator and each blob on a 4-byte boundary, in array order. The block ends with the last payload:
@@ -36,30 +68,27 @@ bool SameValue(const CEPROPVAL& a, const CEPROPVAL& b);
 class BlockSize {
  public:
   explicit BlockSize(size_t count) : bytes_(count * sizeof(CEPROPVAL)) {}
-  void Add(const CEPROPVAL& measured);
+  void Add(const Value& value);
   size_t bytes() const { return bytes_; }
 
  private:
   size_t bytes_;
 };
 
-// Whom a block is for: the store keeps the measures of texts, a client does not get them.
-enum class BlockUse { kStored, kDelivered };
-
 // Fills such a block, which need not be aligned. The pointers it writes point into the block.
 class BlockWriter {
  public:
-  BlockWriter(BYTE* block, size_t count, BlockUse use) : block_(block), use_(use), tail_(count * sizeof(CEPROPVAL)) {}
-  void Add(const CEPROPVAL& measured);
+  BlockWriter(BYTE* block, size_t count) : block_(block), tail_(count * sizeof(CEPROPVAL)) {}
+  void Add(const Value& value);
 
   // The place of a property that the record does not have.
   void AddAbsent(CEPROPID id);
 
  private:
-  void Put(CEPROPVAL value);
+  void AlignTail(size_t alignment);
+  void Put(const CEPROPVAL& value);
 
   BYTE* block_;
-  BlockUse use_;
   size_t next_ = 0;
   size_t tail_;
 };

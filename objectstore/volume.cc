@@ -151,6 +151,7 @@ Status Volume::SetDatabaseInfo(CEOID oid, const CEDBASEINFO& info) {
     if (!database->handles().empty()) return Status::kSharingViolation;
     STORE_TRY(Load(*database));
   }
+  if (!database->names_records()) STORE_TRY(Load(*database));
   const bool with_time = (info.dwFlags & CEDB_VALIDMODTIME) != 0;
   if (with_time) {
     description.modified = uint64_t{info.ftLastModified.dwHighDateTime} << 32 | info.ftLastModified.dwLowDateTime;

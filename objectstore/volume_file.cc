@@ -82,7 +82,10 @@ Status VolumeFile::Begin() {
   if (side_file_existed_ && !log_is_ours_) STORE_TRY(TakeUpLog());
   log_is_ours_ = true;
   STORE_TRY(Prepared(kBegin, statement));
-  return StatementUse(*statement).Run();
+  STORE_TRY(StatementUse(*statement).Run());
+  // What is written has the newest format, so that the file has it from then on.
+  raises_version_ = format_version_ != kFormatVersion;
+  return raises_version_ ? Execute(connection_.get(), sql::kSetFormatVersion) : Status::kOk;
 }
 
 Status VolumeFile::Put(Table table, int64_t key, std::span<const uint8_t> body) {
@@ -100,7 +103,9 @@ Status VolumeFile::Delete(Table table, int64_t first, int64_t last) {
 Status VolumeFile::Commit() {
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(kCommit, statement));
-  return StatementUse(*statement).Run();
+  STORE_TRY(StatementUse(*statement).Run());
+  if (raises_version_) format_version_ = kFormatVersion;
+  return Status::kOk;
 }
 
 // SQLite may have rolled back by itself already; then there is nothing to do.

@@ -100,6 +100,8 @@ class VolumeFile {
   bool settled_ = false;
   bool directory_synced_ = true;
   int side_file_pages_ = 0;
+  uint32_t format_version_ = 0;  // that the file says it has
+  bool raises_version_ = false;  // the transaction under way makes it the newest
   Connection connection_;
   std::array<std::unique_ptr<Statement>, kQueryCount> statements_;
 };

@@ -178,7 +178,7 @@ Status VolumeFile::ReasonOf(Status status) const {
 
 // The first look at the file through SQLite, which takes the lock. The side file may hold another header.
 Status VolumeFile::CheckSchema() {
-  STORE_TRY(CheckHeaderNumbers(connection_.get()));
+  STORE_TRY(CheckHeaderNumbers(connection_.get(), format_version_));
   return CheckTableOfTables(connection_.get());
 }
 

@@ -19,7 +19,6 @@ bool IsVolumeHeader(const uint8_t* header) {
       {44, 4},               // format of the table of tables
       {52, 0},               // pages do not move by themselves
       {56, 1},               // texts are UTF-8
-      {60, kFormatVersion},  //
       {64, 0},               // nor do they on request
       {68, kApplicationId},  //
       {72, 0},
@@ -30,7 +29,9 @@ bool IsVolumeHeader(const uint8_t* header) {
   };
   constexpr char kMagic[] = "SQLite format 3";
   constexpr uint8_t kWriteAheadLog = 2;
-  return std::memcmp(header, kMagic, sizeof kMagic) == 0 && BigEndian16(header + 16) == kPageBytes &&
+  const uint32_t version = BigEndian32(header + 60);
+  return version >= kFirstFormatVersion && version <= kFormatVersion &&
+         std::memcmp(header, kMagic, sizeof kMagic) == 0 && BigEndian16(header + 16) == kPageBytes &&
          header[18] == kWriteAheadLog && header[19] == kWriteAheadLog && header[20] == 0 &&
          std::all_of(std::begin(kNumbers), std::end(kNumbers),
                      [header](const auto& number) { return BigEndian32(header + number.offset) == number.value; });

@@ -4,19 +4,23 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <optional>
 
 namespace objectstore {
 
 namespace {
 
-bool IsText(CEPROPID property) { return TypeOf(property) == CEVT_LPWSTR; }
+// A number of a record; nothing when it lacks the property.
+std::optional<uint32_t> NumberOf(const Record& record, CEPROPID property) {
+  const size_t index = record.IndexOf(property);
+  if (index == Record::kNowhere) return std::nullopt;
+  return static_cast<uint32_t>(record.At(index).number);
+}
 
 // The record whose key property has this value; the end when there is none.
 std::vector<RecordRef>::iterator FindKey(std::vector<RecordRef>& records, CEPROPID property, uint32_t key) {
-  return std::find_if(records.begin(), records.end(), [property, key](const RecordRef& record) {
-    const CEPROPVAL* value = record->Find(property);
-    return value != nullptr && value->val.ulVal == key;
-  });
+  return std::find_if(records.begin(), records.end(),
+                      [property, key](const RecordRef& record) { return NumberOf(*record, property) == key; });
 }
 
 std::u16string WithNumber(const XKRVolumeValue& value, uint32_t number) {
@@ -24,14 +28,6 @@ std::u16string WithNumber(const XKRVolumeValue& value, uint32_t number) {
   while (!text.empty() && text.back() == 0) text.pop_back();
   const std::string digits = std::to_string(number);
   return text + std::u16string(digits.begin(), digits.end());
-}
-
-CEPROPVAL NumberValue(CEPROPID property, uint32_t number) {
-  CEPROPVAL value;
-  std::memset(&value, 0, sizeof value);
-  value.propid = property;
-  value.val.ulVal = number;
-  return value;
 }
 
 }  // namespace
@@ -92,10 +88,10 @@ void RepairPlan::Recognise() {
 bool RepairPlan::Matches(const XKRKnownDatabase& known, const PlannedDatabase& database) const {
   return !database.records.empty() &&
          std::all_of(database.records.begin(), database.records.end(), [&known](const RecordRef& record) {
-           if (record->Find(known.property) == nullptr) return false;
+           if (!record->Has(known.property)) return false;
            if (known.flagProperty == 0) return true;
-           const CEPROPVAL* flags = record->Find(known.flagProperty);
-           return flags != nullptr && (flags->val.uiVal & known.flagMask) == known.flagValue;
+           const auto flags = NumberOf(*record, known.flagProperty);
+           return flags && (*flags & known.flagMask) == known.flagValue;
          });
 }
 
@@ -157,10 +153,10 @@ void RepairPlan::CompleteDense(const XKRKnownRecord& known, CEOID oid, PlannedDa
   uint32_t count = DenseCountOf(known);
   std::vector<bool> there(0x10000, false);
   for (const RecordRef& record : database.records) {
-    const CEPROPVAL* key = record->Find(known.keyProperty);
-    if (key == nullptr || key->val.ulVal < known.key || key->val.ulVal - known.key > 0xFFFF) continue;
-    there[key->val.ulVal - known.key] = true;
-    count = std::max(count, key->val.ulVal - known.key + 1);
+    const auto key = NumberOf(*record, known.keyProperty);
+    if (!key || *key < known.key || *key - known.key > 0xFFFF) continue;
+    there[*key - known.key] = true;
+    count = std::max(count, *key - known.key + 1);
   }
   for (uint32_t i = 0; i < count; ++i) {
     if (!there[i]) AddRecord(known, known.key + i, oid, database);
@@ -169,11 +165,13 @@ void RepairPlan::CompleteDense(const XKRKnownRecord& known, CEOID oid, PlannedDa
 
 void RepairPlan::AddRecord(const XKRKnownRecord& known, uint32_t key, CEOID oid, PlannedDatabase& database) {
   std::u16string texts[2];
-  std::vector<CEPROPVAL> values;
+  std::vector<Value> values;
   for (size_t i = 0; i < 2; ++i) {
     const XKRVolumeValue& given = known.values[i];
     if (given.property == 0) continue;
-    CEPROPVAL value = NumberValue(given.property, 0);
+    CEPROPVAL value;
+    std::memset(&value, 0, sizeof value);
+    value.propid = given.property;
     if (IsText(given.property)) {
       texts[i] = known.kind == XKRKnownDense ? WithNumber(given, key - known.key + 1)
                                              : std::u16string(static_cast<const char16_t*>(given.value));
@@ -185,7 +183,7 @@ void RepairPlan::AddRecord(const XKRKnownRecord& known, uint32_t key, CEOID oid,
       std::memcpy(&value.val.ulVal, given.value, sizeof value.val.ulVal);
       if (known.kind == XKRKnownCounter) value.val.ulVal = CounterOf(known);
     }
-    CEPROPVAL measured;
+    Value measured;
     if (Measure(value, measured) == Status::kOk) values.push_back(measured);
   }
   values.push_back(NumberValue(known.keyProperty, key));
@@ -197,10 +195,10 @@ void RepairPlan::AddRecord(const XKRKnownRecord& known, uint32_t key, CEOID oid,
 void RepairPlan::Fix(const XKRKnownRecord& known, CEOID oid, RecordRef& record) {
   uint32_t wanted = 0;
   std::memcpy(&wanted, known.values[0].value, sizeof wanted);
-  const CEPROPVAL* value = record->Find(known.values[0].property);
-  if (value != nullptr && value->val.ulVal == wanted) return;
-  std::vector<CEPROPVAL> values(record->properties().begin(), record->properties().end());
-  std::erase_if(values, [&known](const CEPROPVAL& one) { return one.propid == known.values[0].property; });
+  if (NumberOf(*record, known.values[0].property) == wanted) return;
+  std::vector<Value> values;
+  AppendValues(*record, values);
+  std::erase_if(values, [&known](const Value& one) { return one.id == known.values[0].property; });
   values.push_back(NumberValue(known.values[0].property, wanted));
   record = Record::Create(record->oid(), values);
   Note(oid, record->oid(), "a value was set to what it has to be");
@@ -212,9 +210,9 @@ uint32_t RepairPlan::CounterOf(const XKRKnownRecord& known) const {
       known.countedDatabase != nullptr ? FindByName(DatabaseName::FromText(known.countedDatabase)) : nullptr;
   if (counted == nullptr) return next;
   for (const RecordRef& record : counted->records) {
-    const CEPROPVAL* value = record->Find(known.countedProperty);
-    if (value == nullptr || value->val.ulVal == std::numeric_limits<uint32_t>::max()) continue;
-    next = std::max(next, value->val.ulVal + 1);
+    const auto value = NumberOf(*record, known.countedProperty);
+    if (!value || *value == std::numeric_limits<uint32_t>::max()) continue;
+    next = std::max(next, *value + 1);
   }
   return next;
 }
@@ -225,9 +223,10 @@ uint32_t RepairPlan::DenseCountOf(const XKRKnownRecord& known) const {
       known.countedDatabase != nullptr ? FindByName(DatabaseName::FromText(known.countedDatabase)) : nullptr;
   if (counted == nullptr) return count;
   for (const RecordRef& record : counted->records) {
-    for (const CEPROPVAL& value : record->properties()) {
-      if (!IsText(value.propid) || value.propid < known.countedProperty) continue;
-      count = std::max(count, ((value.propid - known.countedProperty) >> 16) + 1);
+    for (size_t i = 0; i < record->property_count(); ++i) {
+      const CEPROPID id = record->IdAt(i);
+      if (!IsText(id) || id < known.countedProperty) continue;
+      count = std::max(count, ((id - known.countedProperty) >> 16) + 1);
     }
   }
   return count;

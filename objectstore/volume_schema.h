@@ -6,7 +6,8 @@
 namespace objectstore {
 
 inline constexpr uint32_t kApplicationId = 0x584B5244;  // "XKRD"
-inline constexpr uint32_t kFormatVersion = 1;
+inline constexpr uint32_t kFirstFormatVersion = 1;
+inline constexpr uint32_t kFormatVersion = 2;
 inline constexpr uint32_t kPageBytes = 4096;
 
 // A row of SQLite's own table of tables, as a sound file holds it. Tables never move: no page but a root page of its own
@@ -32,12 +33,12 @@ inline constexpr char kReadSchema[] = "SELECT type, name, tbl_name, rootpage, sq
 inline constexpr struct {
   const char* sql;
   int64_t value;
-} kHeaderNumbers[] = {
-    {"PRAGMA application_id", kApplicationId}, {"PRAGMA user_version", kFormatVersion}, {"PRAGMA auto_vacuum", 0}};
+} kHeaderNumbers[] = {{"PRAGMA application_id", kApplicationId}, {"PRAGMA auto_vacuum", 0}};
+inline constexpr char kReadFormatVersion[] = "PRAGMA user_version";
 
 inline constexpr char kSetPageSize[] = "PRAGMA page_size = 4096";
 inline constexpr char kSetApplicationId[] = "PRAGMA application_id = 1481331268";  // kApplicationId in decimal
-inline constexpr char kSetFormatVersion[] = "PRAGMA user_version = 1";
+inline constexpr char kSetFormatVersion[] = "PRAGMA user_version = 2";
 
 // The lock mode stands first: it must be set before the file is looked at for the first time.
 inline constexpr char kSetUpConnection[] =

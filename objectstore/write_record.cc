@@ -13,16 +13,16 @@ namespace {
 constexpr size_t kMostProperties = CEDB_MAXRECORDSIZE / kPropertyOverheadBytes;
 
 // A property keeps its place when it is written again; one that is deleted and written anew goes to the end.
-Status MergeOne(const CEPROPVAL& given, std::vector<CEPROPVAL>& values) {
+Status MergeOne(const CEPROPVAL& given, std::vector<Value>& values) {
   if (!IsKnownType(given.propid)) return Status::kInvalidParameter;
   if ((given.wFlags & CEDB_PROPNOTFOUND) != 0) return Status::kOk;  // the gap in a block that was read: no value
   const auto place =
-      std::find_if(values.begin(), values.end(), [&](const CEPROPVAL& value) { return value.propid == given.propid; });
+      std::find_if(values.begin(), values.end(), [&](const Value& value) { return value.id == given.propid; });
   if ((given.wFlags & CEDB_PROPDELETE) != 0) {
     if (place != values.end()) values.erase(place);
     return Status::kOk;
   }
-  CEPROPVAL measured;
+  Value measured;
   STORE_TRY(Measure(given, measured));
   if (place != values.end()) {
     *place = measured;
@@ -34,16 +34,28 @@ Status MergeOne(const CEPROPVAL& given, std::vector<CEPROPVAL>& values) {
   return Status::kOk;
 }
 
+// Whether the write is no more than a new value for a number that can be set where it stands.
+bool SetsOneNumber(const Database& database, const Record& record, std::span<const CEPROPVAL> values, size_t& index) {
+  if (values.size() != 1 || values[0].wFlags != 0 || FixedWidth(values[0].propid) != sizeof(uint32_t)) return false;
+  index = record.IndexOf(values[0].propid);
+  return index != Record::kNowhere && !database.SortsOn(values[0].propid);
+}
+
 }  // namespace
 
 Status WriteRecord(OpenDatabase& handle, CEOID& oid, std::span<const CEPROPVAL> values) {
   if (values.empty() || values.data() == nullptr) return Status::kInvalidParameter;
   Database& database = handle.database();
-  std::vector<CEPROPVAL> merged;
+  std::vector<Value>& merged = handle.EmptyValues();
   if (oid != 0) {
-    const Record* before = database.Find(oid);
+    Record* before = database.Find(oid);
     if (before == nullptr) return Status::kInvalidParameter;
-    merged.assign(before->properties().begin(), before->properties().end());
+    size_t index = 0;
+    if (SetsOneNumber(database, *before, values, index)) {
+      database.SetNumber(*before, index, values[0].val.ulVal);
+      return Status::kOk;
+    }
+    AppendValues(*before, merged);
   }
   for (const CEPROPVAL& value : values) STORE_TRY(MergeOne(value, merged));
   if (CountedBytes(merged) > CEDB_MAXRECORDSIZE) return Status::kInvalidParameter;

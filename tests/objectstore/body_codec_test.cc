@@ -1,6 +1,7 @@
 // The bodies of a volume file: golden bytes typed by hand, and what becomes of bytes that are not what they should be.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstring>
 #include <random>
 #include <string>
@@ -35,7 +36,7 @@ const Bytes kVolumeBytes = FromHex(
     "07 00 00 00 00 00 00 00 "  // flush
     "02 00 00 00");             // databases
 
-const Bytes kDatabaseBytes = FromHex(
+const Bytes kFirstDatabaseBytes = FromHex(
     "1C 04 B1 C9 E4 9F 94 9E 44 "
     "03 44 00 62 00 E9 00 "                        // name
     "04 03 02 01 "                                 // type
@@ -47,7 +48,7 @@ const Bytes kDatabaseBytes = FromHex(
     "13 00 01 00 00 00 00 00 "                     //
     "01 00 13 00 01 00 05 00 00 00 00 00 00 00");  // packed columns
 
-const Bytes kRecordBytes = FromHex(
+const Bytes kFirstRecordBytes = FromHex(
     "6D F2 D1 CC DB EA B0 84 52 "
     "03 00 00 00 00 00 00 00 "              // flush
     "07 00 00 00 "                          // properties
@@ -59,12 +60,49 @@ const Bytes kRecordBytes = FromHex(
     "40 00 06 00 44 33 22 11 88 77 66 55 "  // time
     "0B 00 07 00 01 00 00 00");             // boolean
 
-const Bytes kPackedBytes = FromHex(
+const Bytes kFirstPackedBytes = FromHex(
     "6A F8 C8 89 08 F2 A6 9F 50 "
     "05 00 00 00 00 00 00 00 "   // flush
     "02 00 00 00 "               // pairs
     "11 00 00 00 0A 00 00 00 "   //
     "12 00 00 00 FF FF FF FF");  //
+
+const Bytes kDatabaseBytes = FromHex(
+    "62 5B 03 8A 78 C4 E1 8A 64 "
+    "03 44 00 62 00 E9 00 "                       // name
+    "04 03 02 01 "                                // type
+    "00 00 01 00 "                                // flags
+    "00 80 3E D5 DE B1 9D 01 "                    // time
+    "02 00 00 00 "                                // records
+    "44 00 00 00 00 00 00 00 "                    // size
+    "02 1F 00 02 00 03 00 00 00 "                 // sort orders
+    "13 00 01 00 00 00 00 00 "                    //
+    "01 00 13 00 01 00 05 00 00 00 00 00 00 00 "  // packed columns
+    "00 01 "                                      // the second order goes by identifier
+    "02 11 01 80 01 01");                         // runs: one record from 0x11 on, one from 0x92 on
+
+const Bytes kRecordBytes = FromHex(
+    "B9 55 02 8B 0F 5D C7 4C 72 "
+    "83 01 "                       // flush
+    "0B "                          // properties
+    "03 01 84 86 88 08 "           // 32 bits, unsigned, number 1
+    "17 02 41 E9 "                 // narrow text, number 2
+    "19 02 DE AD "                 // blob
+    "10 03 "                       // 16 bits, signed
+    "15 00 00 00 00 00 00 F8 3F "  // floating point
+    "16 44 33 22 11 88 77 66 55 "  // time
+    "14 01 "                       // boolean
+    "18 02 41 00 AC 20 "           // wide text
+    "1A 0F "                       // blob of zeros
+    "12 FF FF FF FF 0F "           // 32 bits, signed
+    "11 FF FF 03");                // 16 bits, unsigned
+
+const Bytes kPackedBytes = FromHex(
+    "DE 84 65 7A 58 E5 A7 AA 70 "
+    "05 "      // flush
+    "02 "      // pairs
+    "11 14 "   // 0x11: 10
+    "01 15");  // 0x12: 11 less
 
 Status DecodeGoldenVolume(const Bytes& bytes, int64_t) {
   VolumeHead head;
@@ -93,6 +131,9 @@ const struct Golden {
   Status (*decode)(const Bytes&, int64_t);
 } kGolden[] = {
     {"volume", kVolumeBytes, BodyKind::kVolume, kVolumeRowKey, DecodeGoldenVolume},
+    {"first database", kFirstDatabaseBytes, BodyKind::kDatabase, kDatabase, DecodeGoldenDatabase},
+    {"first record", kFirstRecordBytes, BodyKind::kRecord, kRecordKey, DecodeGoldenRecord},
+    {"first packed column", kFirstPackedBytes, BodyKind::kPacked, kPackedKey, DecodeGoldenPacked},
     {"database", kDatabaseBytes, BodyKind::kDatabase, kDatabase, DecodeGoldenDatabase},
     {"record", kRecordBytes, BodyKind::kRecord, kRecordKey, DecodeGoldenRecord},
     {"packed column", kPackedBytes, BodyKind::kPacked, kPackedKey, DecodeGoldenPacked},
@@ -108,9 +149,7 @@ TEST(BodyCodec, AVolumesBodyHasTheseBytes) {
   EXPECT_EQ(Copy(EncodeVolumeHead(head, writer)), kVolumeBytes);
 }
 
-TEST(BodyCodec, ADatabasesBodyHasTheseBytes) {
-  DatabaseHead head;
-  ASSERT_EQ(DecodeDatabaseHead(kDatabaseBytes, kDatabase, head), Status::kOk);
+void ExpectGoldenDescription(const DatabaseHead& head) {
   EXPECT_EQ(std::u16string(head.description.name.terminated()), u"Db\u00E9");
   EXPECT_EQ(head.description.type, 0x01020304u);
   EXPECT_EQ(head.description.flags, 0x00010000u);
@@ -123,31 +162,87 @@ TEST(BodyCodec, ADatabasesBodyHasTheseBytes) {
   ASSERT_EQ(head.packed.size(), 1u);
   EXPECT_EQ(head.packed[0].property, 0x00010013u);
   EXPECT_EQ(head.packed[0].flush, 5u);
+}
+
+TEST(BodyCodec, ADatabasesBodyHasTheseBytes) {
+  DatabaseHead head;
+  ASSERT_EQ(DecodeDatabaseHead(kDatabaseBytes, kDatabase, head), Status::kOk);
+  ExpectGoldenDescription(head);
+  EXPECT_TRUE(head.names_records);
+  EXPECT_FALSE(head.by_identifier[0]);
+  EXPECT_TRUE(head.by_identifier[1]);
+  ASSERT_EQ(head.identifiers.runs().size(), 2u);
+  EXPECT_EQ(head.identifiers.runs()[0].first, 0x11u);
+  EXPECT_EQ(head.identifiers.runs()[1].first, 0x92u);
+  EXPECT_EQ(head.identifiers.count(), 2u);
   BodyWriter writer;
-  EXPECT_EQ(Copy(EncodeDatabaseHead(head, kDatabase, writer)), kDatabaseBytes);
+  EXPECT_EQ(Copy(EncodeDatabaseHead(head, head.packed, kDatabase, writer)), kDatabaseBytes);
+}
+
+TEST(BodyCodec, ADatabasesBodyOfTheFirstLayoutDoesNotNameItsRecords) {
+  DatabaseHead head;
+  ASSERT_EQ(DecodeDatabaseHead(kFirstDatabaseBytes, kDatabase, head), Status::kOk);
+  ExpectGoldenDescription(head);
+  EXPECT_FALSE(head.names_records);
+}
+
+RecordRef DecodedRecord(const Bytes& bytes, uint64_t& flush) {
+  RecordDecoder decoder;
+  RecordRef record;
+  EXPECT_EQ(decoder.Decode(bytes, kRecordKey, record, flush), Status::kOk);
+  return record;
+}
+
+std::u16string TextOf(const Value& value) {
+  std::u16string text(value.length, u' ');
+  CopyUnits(value.bytes, value.length, value.narrow, text.data());
+  return text;
+}
+
+// The seven properties that both golden records begin with; the first of them is expected to be what it is there.
+void ExpectGoldenProperties(const Record& record) {
+  EXPECT_EQ(record.oid(), 0x11u);
+  ASSERT_GE(record.property_count(), 7u);
+  EXPECT_EQ(record.IdAt(0), 0x00010013u);
+  EXPECT_EQ(record.NumberAt(0), 0x01020304u);
+  EXPECT_EQ(record.IdAt(1), 0x0002001Fu);
+  EXPECT_EQ(TextOf(record.At(1)), u"A\u00E9");
+  EXPECT_EQ(record.IdAt(2), 0x00030041u);
+  ASSERT_EQ(record.At(2).length, 2u);
+  EXPECT_EQ(record.At(2).bytes[1], 0xAD);
+  EXPECT_EQ(record.IdAt(3), 0x00040002u);
+  EXPECT_EQ(record.At(3).number, 0xFFFEu);
+  EXPECT_EQ(record.At(4).number, std::bit_cast<uint64_t>(1.5));
+  EXPECT_EQ(record.At(5).number, 0x5566778811223344u);
+  EXPECT_EQ(record.At(6).number, 1u);
 }
 
 TEST(BodyCodec, ARecordsBodyHasTheseBytes) {
-  RecordDecoder decoder;
-  RecordRef record;
   uint64_t flush = 0;
-  ASSERT_EQ(decoder.Decode(kRecordBytes, kRecordKey, record, flush), Status::kOk);
-  EXPECT_EQ(flush, 3u);
-  EXPECT_EQ(record->oid(), 0x11u);
-  const auto values = record->properties();
-  ASSERT_EQ(values.size(), 7u);
-  EXPECT_EQ(values[0].val.ulVal, 0x01020304u);
-  EXPECT_EQ(std::u16string(values[1].val.lpwstr), u"A\u00E9");
-  ASSERT_EQ(values[2].val.blob.dwCount, 2u);
-  EXPECT_EQ(values[2].val.blob.lpb[1], 0xAD);
-  EXPECT_EQ(values[3].val.iVal, -2);
-  EXPECT_EQ(values[4].val.dblVal, 1.5);
-  EXPECT_EQ(values[5].val.filetime.dwLowDateTime, 0x11223344u);
-  EXPECT_EQ(values[5].val.filetime.dwHighDateTime, 0x55667788u);
-  EXPECT_EQ(values[6].val.boolVal, 1);
-  EXPECT_EQ(record->counted_bytes(), 20u + 7 * 4 + 4 + 6 + 2 + 2 + 8 + 8 + 4);
+  const RecordRef record = DecodedRecord(kRecordBytes, flush);
+  ASSERT_TRUE(record);
+  EXPECT_EQ(flush, 0x83u);
+  ASSERT_EQ(record->property_count(), 11u);
+  ExpectGoldenProperties(*record);
+  EXPECT_EQ(TextOf(record->At(7)), u"A\u20AC");
+  ASSERT_EQ(record->At(8).length, 15u);
+  EXPECT_EQ(record->At(8).bytes[14], 0);
+  EXPECT_EQ(record->NumberAt(9), 0x80000000u);
+  EXPECT_EQ(record->At(10).number, 0xFFFFu);
+  EXPECT_EQ(record->counted_bytes(), 20u + 11 * 4 + 4 + 6 + 2 + 2 + 8 + 8 + 4 + 6 + 15 + 4 + 2);
   BodyWriter writer;
-  EXPECT_EQ(Copy(EncodeRecord(*record, kRecordKey, 3, writer)), kRecordBytes);
+  EXPECT_EQ(Copy(EncodeRecord(*record, kRecordKey, 0x83, writer)), kRecordBytes);
+}
+
+TEST(BodyCodec, ARecordsBodyOfTheFirstLayoutIsTheSameRecord) {
+  uint64_t flush = 0;
+  const RecordRef record = DecodedRecord(kFirstRecordBytes, flush);
+  ASSERT_TRUE(record);
+  EXPECT_EQ(flush, 3u);
+  ASSERT_EQ(record->property_count(), 7u);
+  ExpectGoldenProperties(*record);
+  EXPECT_TRUE(record->At(1).narrow);
+  EXPECT_EQ(record->counted_bytes(), 20u + 7 * 4 + 4 + 6 + 2 + 2 + 8 + 8 + 4);
 }
 
 TEST(BodyCodec, APackedColumnsBodyHasTheseBytes) {
@@ -159,6 +254,14 @@ TEST(BodyCodec, APackedColumnsBodyHasTheseBytes) {
   EXPECT_EQ(column.values, expected);
   BodyWriter writer;
   EXPECT_EQ(Copy(EncodePacked(column, kPackedKey, writer)), kPackedBytes);
+}
+
+TEST(BodyCodec, APackedColumnsBodyOfTheFirstLayoutIsTheSameColumn) {
+  PackedColumn column;
+  ASSERT_EQ(DecodePacked(kFirstPackedBytes, kPackedKey, column), Status::kOk);
+  EXPECT_EQ(column.flush, 5u);
+  const std::vector<std::pair<CEOID, uint32_t>> expected = {{0x11, 0x0A}, {0x12, 0xFFFFFFFF}};
+  EXPECT_EQ(column.values, expected);
 }
 
 TEST(BodyCodec, EveryFlippedBitIsCorrupt) {
@@ -202,7 +305,8 @@ TEST(BodyCodec, ABodyOfAnotherKindIsCorrupt) {
 // Fields under a right checksum.
 Bytes Sealed(const Golden& golden, const Bytes& fields) {
   BodyWriter writer;
-  writer.Start(golden.kind);
+  const bool first = golden.bytes[8] == static_cast<uint8_t>(golden.kind);
+  writer.Start(golden.kind, first ? Layout::kFirst : Layout::kCompact);
   writer.PutBytes(fields.data(), fields.size());
   return Copy(writer.Seal(golden.key));
 }
@@ -240,6 +344,38 @@ TEST(BodyCodec, FieldsThatBreakARuleAreCorruptUnderARightChecksum) {
        "05 00 00 00 00 00 00 00 02 00 00 00 12 00 00 00 0A 00 00 00 11 00 00 00 0B 00 00 00"},
       {"a pair for no record", kGolden[3], "05 00 00 00 00 00 00 00 01 00 00 00 00 00 00 00 0A 00 00 00"},
       {"fewer pairs than said", kGolden[3], "05 00 00 00 00 00 00 00 02 00 00 00 12 00 00 00 0A 00 00 00"},
+      {"an order that is neither by identifier nor not", kGolden[4],
+       "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 01 00 00 00 44 00 00 00 00 00 00 00 "
+       "01 13 00 01 00 00 00 00 00 00 00 02 01 11 01"},
+      {"fewer identifiers than records", kGolden[4],
+       "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 02 00 00 00 44 00 00 00 00 00 00 00 "
+       "00 00 00 01 11 01"},
+      {"two runs without a gap", kGolden[4],
+       "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 02 00 00 00 44 00 00 00 00 00 00 00 "
+       "00 00 00 02 11 01 00 01"},
+      {"a run of nothing", kGolden[4],
+       "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 01 00 00 00 44 00 00 00 00 00 00 00 "
+       "00 00 00 02 11 01 01 00"},
+      {"a run that begins at 0", kGolden[4],
+       "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 01 00 00 00 44 00 00 00 00 00 00 00 "
+       "00 00 00 01 00 01"},
+      {"a count with a byte too many", kGolden[5], "83 00 01 13 01"},
+      {"more properties than bytes in few bytes", kGolden[5], "03 7F 13 01"},
+      {"a code without a type", kGolden[5], "03 01 1B 01"},
+      {"a bit that means nothing", kGolden[5], "03 01 33 01"},
+      {"a number spelled out though it is the next", kGolden[5], "03 01 03 00 01"},
+      {"a number past the largest", kGolden[5], "03 02 03 FF FF 03 01 13 01"},
+      {"16 bits that are more", kGolden[5], "03 01 11 80 80 04"},
+      {"32 bits that are more", kGolden[5], "03 01 13 80 80 80 80 10"},
+      {"a wide text that could be narrow", kGolden[5], "03 01 18 02 41 00 42 00"},
+      {"a narrow text with a zero", kGolden[5], "03 01 17 02 41 00"},
+      {"a wide text with a zero", kGolden[5], "03 01 18 02 AC 20 00 00"},
+      {"a text that ends early", kGolden[5], "03 01 17 03 41 42"},
+      {"an empty text that is wide", kGolden[5], "03 01 18 00"},
+      {"a blob of zeros that are spelled out", kGolden[5], "03 01 19 02 00 00"},
+      {"no zeros at all", kGolden[5], "03 01 1A 00"},
+      {"pairs of one record", kGolden[6], "05 02 11 14 00 15"},
+      {"a difference past 32 bits", kGolden[6], "05 01 11 80 80 80 80 10"},
   };
   for (const auto& row : kRows) {
     const Bytes body = Sealed(row.golden, FromHex(row.fields));
@@ -248,8 +384,8 @@ TEST(BodyCodec, FieldsThatBreakARuleAreCorruptUnderARightChecksum) {
 }
 
 TEST(BodyCodec, AColumnOfAPropertyThatIsNotFourBytesWideIsCorrupt) {
-  const Golden text_column = {"text column", kPackedBytes, BodyKind::kPacked, 0x100001001F, DecodeGoldenPacked};
-  const Bytes fields(kPackedBytes.begin() + 9, kPackedBytes.end());
+  const Golden text_column = {"text column", kFirstPackedBytes, BodyKind::kPacked, 0x100001001F, DecodeGoldenPacked};
+  const Bytes fields(kFirstPackedBytes.begin() + 9, kFirstPackedBytes.end());
   EXPECT_EQ(DecodeGoldenPacked(Sealed(text_column, fields), text_column.key), Status::kCorrupt);
 }
 

@@ -1,0 +1,88 @@
+// See text_width.h. The loops go in steps of a fixed length, which compilers turn into vector instructions.
+#include "text_width.h"
+
+#include <bit>
+#include <cstring>
+
+namespace objectstore {
+
+namespace {
+
+constexpr size_t kStep = 16;
+
+WCHAR UnitAt(const uint8_t* wide, size_t index) {
+  return static_cast<WCHAR>(wide[2 * index] | wide[2 * index + 1] << 8);
+}
+
+void Widen(const uint8_t* narrow, size_t units, uint8_t* to) {
+  size_t done = 0;
+  for (; done + kStep <= units; done += kStep) {
+    WCHAR step[kStep];
+    for (size_t i = 0; i < kStep; ++i) step[i] = narrow[done + i];
+    std::memcpy(to + done * sizeof(WCHAR), step, sizeof step);
+  }
+  for (; done < units; ++done) {
+    const WCHAR unit = narrow[done];
+    std::memcpy(to + done * sizeof(WCHAR), &unit, sizeof unit);
+  }
+}
+
+}  // namespace
+
+size_t BoundedTextLength(const WCHAR* text, size_t most, WCHAR& all_bits) {
+  size_t length = 0;
+  WCHAR bits = 0;
+  for (; length <= most && text[length] != 0; ++length) bits = static_cast<WCHAR>(bits | text[length]);
+  all_bits = bits;
+  return length;
+}
+
+bool CouldBeNarrow(const uint8_t* wide, size_t units) {
+  uint8_t high = 0;
+  for (size_t i = 0; i < units; ++i) high = static_cast<uint8_t>(high | wide[2 * i + 1]);
+  return high == 0;
+}
+
+bool HoldsZero(const uint8_t* text, size_t units, bool narrow) {
+  if (narrow) return units != 0 && std::memchr(text, 0, units) != nullptr;
+  for (size_t i = 0; i < units; ++i) {
+    if (UnitAt(text, i) == 0) return true;
+  }
+  return false;
+}
+
+void CopyUnits(const uint8_t* text, size_t units, bool narrow, void* to) {
+  auto* bytes = static_cast<uint8_t*>(to);
+  if (units == 0) return;
+  if (narrow) {
+    Widen(text, units, bytes);
+  } else if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(bytes, text, units * sizeof(WCHAR));
+  } else {
+    for (size_t i = 0; i < units; ++i) {
+      const WCHAR unit = UnitAt(text, i);
+      std::memcpy(bytes + i * sizeof(WCHAR), &unit, sizeof unit);
+    }
+  }
+}
+
+void StoreUnits(const WCHAR* text, size_t units, bool narrow, uint8_t* to) {
+  size_t done = 0;
+  if (!narrow) {
+    for (; done < units; ++done) {
+      to[2 * done] = static_cast<uint8_t>(text[done]);
+      to[2 * done + 1] = static_cast<uint8_t>(text[done] >> 8);
+    }
+    return;
+  }
+  for (; done + kStep <= units; done += kStep) {
+    for (size_t i = 0; i < kStep; ++i) to[done + i] = static_cast<uint8_t>(text[done + i]);
+  }
+  for (; done < units; ++done) to[done] = static_cast<uint8_t>(text[done]);
+}
+
+void NarrowBytes(const uint8_t* wide, size_t units, uint8_t* to) {
+  for (size_t i = 0; i < units; ++i) to[i] = wide[2 * i];
+}
+
+}  // namespace objectstore
