@@ -66,7 +66,7 @@ size_t Database::PositionByIdentifier(CEOID oid) const {
 SortOrder* Database::OrderOn(CEPROPID property) {
   for (SortOrder& order : orders_) {
     if (order.spec().propid != property) continue;
-    if (!order.built()) order.Build(records_);
+    if (loaded_ && !order.built()) order.Build(records_);
     return &order;
   }
   return nullptr;

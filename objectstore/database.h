@@ -36,16 +36,22 @@ class Database {
   Status Load(VolumeFile* file, CEOID next_identifier);
   bool loaded() const { return loaded_; }
 
+  // Reads the first records alone, where the file says which they are and the order (null: none) is that of the
+  // identifiers: what is shown first need not wait for the rest. Else reads all.
+  Status LoadFirst(VolumeFile* file, CEOID next_identifier, const SORTORDERSPEC* order);
+
   // What the file says of an older format's database leaves open which records it has, until it is loaded. It can be
   // written only then.
   bool names_records() const { return head_.names_records; }
 
-  // Of a loaded database.
+  // Of a loaded database; else the first records, as many as have been read.
   std::span<const RecordRef> records() const { return records_; }
+
+  // Of a loaded database, all of them.
   Record* Find(CEOID oid) const;
   size_t PositionByIdentifier(CEOID oid) const;  // the number of records with a smaller identifier
 
-  // The sort order on a property, built; null when the database has none on it.
+  // The sort order on a property, built if the database is loaded; null when the database has none on it.
   SortOrder* OrderOn(CEPROPID property);
   bool SortsOn(CEPROPID property) const;
 
@@ -83,8 +89,11 @@ class Database {
   void ReplaceRecord(RecordRef& place, RecordRef record);
   static std::vector<SortOrder> OrdersOf(const Description& description);
 
-  Status LoadRecords(VolumeFile& file, RecordArena& arena, std::vector<RecordRef>& records,
+  Status LoadRange(VolumeFile& file, CEOID last, RecordArena& arena, std::vector<RecordRef>& records) const;
+  Status LoadRecords(VolumeFile& file, CEOID last, RecordArena& arena, std::vector<RecordRef>& records,
                      std::vector<uint64_t>& flushes) const;
+  void BuildAwaitedOrders(std::span<const RecordRef> records, std::vector<SortOrder>& built) const;
+  bool GoesByIdentifier(const SORTORDERSPEC* order) const;
   Status ApplyPacked(VolumeFile& file, std::span<const RecordRef> records, std::span<const uint64_t> flushes) const;
   void NameRecords(std::span<const RecordRef> records);
   bool AreNamed(std::span<const RecordRef> records) const;

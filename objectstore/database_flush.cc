@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "database.h"
+#include "open_database.h"
 
 namespace objectstore {
 
@@ -14,6 +15,9 @@ namespace {
 
 // So few changed records are cheaper as rows.
 constexpr size_t kFewRecords = 64;
+
+// So many are read before the rest: what a list shows when it is opened.
+constexpr size_t kFirstRecords = 32;
 
 // More columns than this a database does not get; it would be a strange client that needs them.
 constexpr size_t kMostPackedColumns = 16;
@@ -50,23 +54,68 @@ Status ApplyColumn(const PackedColumn& column, Record& record) {
 
 Status Database::Load(VolumeFile* file, CEOID next_identifier) {
   if (loaded_) return Status::kOk;
+  if (head_.names_records && head_.identifiers.count() == 0 && head_.packed.empty()) {
+    loaded_ = true;  // and never mind what the file holds besides
+    return Status::kOk;
+  }
   RecordArena arena;
   std::vector<RecordRef> records;
-  std::vector<uint64_t> flushes;
   records.reserve(head_.description.record_count);
-  STORE_TRY(LoadRecords(*file, arena, records, flushes));
-  STORE_TRY(ApplyPacked(*file, records, flushes));
+  STORE_TRY(LoadRange(*file, kLastLowWord, arena, records));
   uint64_t bytes = 0;
   for (const RecordRef& record : records) bytes += record->counted_bytes();
   if (!head_.names_records) NameRecords(records);
-  const bool agrees = AreNamed(records) && records.size() == head_.description.record_count &&
+  const bool agrees = head_.identifiers.Name(records) && records.size() == head_.description.record_count &&
                       bytes == head_.description.record_bytes &&
                       (records.empty() || records.back()->oid() < next_identifier);
   if (!agrees) return Status::kCorrupt;
+  std::vector<SortOrder> orders = OrdersOf(head_.description);
+  BuildAwaitedOrders(records, orders);
   arena_.Swap(arena);
   records_.swap(records);
+  std::move(orders.begin(), orders.end(), orders_.begin());  // in their places, which handles know
   loaded_ = true;
   return Status::kOk;
+}
+
+Status Database::LoadFirst(VolumeFile* file, CEOID next_identifier, const SORTORDERSPEC* order) {
+  if (loaded_ || head_.description.record_count <= kFirstRecords || !GoesByIdentifier(order)) {
+    return Load(file, next_identifier);
+  }
+  if (!records_.empty()) return Status::kOk;
+  RecordArena arena;
+  std::vector<RecordRef> records;
+  records.reserve(kFirstRecords);
+  STORE_TRY(LoadRange(*file, head_.identifiers.At(kFirstRecords - 1), arena, records));
+  const bool agrees = records.size() == kFirstRecords && head_.identifiers.BeginWith(records) &&
+                      records.back()->oid() < next_identifier;
+  if (!agrees) return Status::kCorrupt;
+  arena_.Swap(arena);
+  records_.swap(records);
+  return Status::kOk;
+}
+
+// The records up to an identifier, as their rows and the packed columns have them.
+Status Database::LoadRange(VolumeFile& file, CEOID last, RecordArena& arena, std::vector<RecordRef>& records) const {
+  std::vector<uint64_t> flushes;
+  STORE_TRY(LoadRecords(file, last, arena, records, flushes));
+  return ApplyPacked(file, records, flushes);
+}
+
+bool Database::GoesByIdentifier(const SORTORDERSPEC* order) const {
+  if (!head_.names_records) return false;
+  if (order == nullptr) return true;
+  const auto specs = head_.description.sort_specs.list();
+  return head_.by_identifier[static_cast<size_t>(order - specs.data())];
+}
+
+// A handle may have been opened on an order while only the first records were there.
+void Database::BuildAwaitedOrders(std::span<const RecordRef> records, std::vector<SortOrder>& built) const {
+  for (const OpenDatabase* handle : handles_) {
+    if (handle->order() == nullptr) continue;
+    SortOrder& order = built[static_cast<size_t>(handle->order() - orders_.data())];
+    if (!order.built()) order.Build(records);
+  }
 }
 
 // A head of the first layout does not say which records there are.
@@ -80,16 +129,6 @@ void Database::NameRecords(std::span<const RecordRef> records) {
   head_.names_records = true;
 }
 
-bool Database::AreNamed(std::span<const RecordRef> records) const {
-  size_t next = 0;
-  for (const IdentifierRuns::Run& run : head_.identifiers.runs()) {
-    for (uint32_t i = 0; i < run.count; ++i, ++next) {
-      if (next == records.size() || records[next]->oid() != run.first + i) return false;
-    }
-  }
-  return next == records.size();
-}
-
 // An order that nothing has asked for since it may have changed is not known to go by identifier.
 void Database::NoteOrders() {
   if (!loaded_) return;
@@ -97,10 +136,10 @@ void Database::NoteOrders() {
     head_.by_identifier[i] = orders_[i].built() && orders_[i].GoesByIdentifier();
 }
 
-Status Database::LoadRecords(VolumeFile& file, RecordArena& arena, std::vector<RecordRef>& records,
+Status Database::LoadRecords(VolumeFile& file, CEOID last, RecordArena& arena, std::vector<RecordRef>& records,
                              std::vector<uint64_t>& flushes) const {
   RecordDecoder decoder;
-  return file.ForEachRow(Table::kRecord, RowKey(oid_, 0), RowKey(oid_, kLastLowWord),
+  return file.ForEachRow(Table::kRecord, RowKey(oid_, 0), RowKey(oid_, last),
                          [&](int64_t key, std::span<const uint8_t> body) {
                            RecordRef record;
                            uint64_t flush = 0;

@@ -10,6 +10,23 @@ namespace objectstore {
 
 void IdentifierRuns::Reserve() { ReserveOneMore(runs_); }
 
+CEOID IdentifierRuns::At(size_t position) const {
+  const Run* run = runs_.data();
+  for (; position >= run->count; ++run) position -= run->count;
+  return run->first + static_cast<CEOID>(position);
+}
+
+bool IdentifierRuns::BeginWith(std::span<const RecordRef> records) const {
+  size_t next = 0;
+  for (const Run& run : runs_) {
+    for (uint32_t i = 0; i < run.count; ++i, ++next) {
+      if (next == records.size()) return true;
+      if (records[next]->oid() != run.first + i) return false;
+    }
+  }
+  return next == records.size();
+}
+
 // The first run that begins behind an identifier.
 size_t IdentifierRuns::IndexBehind(CEOID oid) const {
   if (!runs_.empty() && runs_.back().first <= oid) return runs_.size();

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "body_codec.h"
-#include "object_store.h"
+#include "record.h"
 
 namespace objectstore {
 
@@ -20,6 +20,13 @@ class IdentifierRuns {
 
   uint32_t count() const { return count_; }
   std::span<const Run> runs() const { return runs_; }
+
+  // The identifier at a position, which is below count.
+  CEOID At(size_t position) const;
+
+  // Whether these records, in ascending order, are the first ones, or all.
+  bool BeginWith(std::span<const RecordRef> records) const;
+  bool Name(std::span<const RecordRef> records) const { return records.size() == count_ && BeginWith(records); }
 
   // Memory for one more run, which is all that Add and Remove can need. May throw bad_alloc; the two do not, then.
   void Reserve();

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "growth.h"
+#include "volume.h"
 
 namespace objectstore {
 
@@ -20,8 +21,12 @@ void OpenDatabase::Join() {
 
 OpenDatabase::~OpenDatabase() { std::erase(database_.handles(), this); }
 
+Status OpenDatabase::Complete() { return database_.loaded() ? Status::kOk : volume_.Load(database_); }
+
 Status OpenDatabase::Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index) {
   const auto signed_count = static_cast<int32_t>(static_cast<uint32_t>(value));
+  const bool among_first = type == CEDB_SEEK_BEGINNING && static_cast<uint32_t>(value) < database_.records().size();
+  if (!among_first) STORE_TRY(Complete());
   switch (type) {
     case CEDB_SEEK_CEOID:
       STORE_TRY(SeekIdentifier(static_cast<CEOID>(value)));
@@ -78,7 +83,7 @@ const SortOrder& OpenDatabase::SettledOrder() const {
 }
 
 Record* OpenDatabase::At(size_t position) const {
-  return order_ != nullptr ? SettledOrder().At(position) : database_.records()[position].get();
+  return order_ != nullptr && database_.loaded() ? SettledOrder().At(position) : database_.records()[position].get();
 }
 
 size_t OpenDatabase::PositionOf(const Record& record) const {

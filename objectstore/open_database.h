@@ -26,8 +26,13 @@ class OpenDatabase {
 
   Volume& volume() const { return volume_; }
   Database& database() const { return database_; }
+  const SortOrder* order() const { return order_; }
 
-  // On failure the pointer stands at the end, except when a parameter was wrong: then it has not moved.
+  // Sees to it that all records are there, not only the first ones. On failure nothing has changed.
+  Status Complete();
+
+  // On failure the pointer stands at the end, except when a parameter was wrong or records could not be read: then it
+  // has not moved.
   Status Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index);
 
   // The record under the pointer.
@@ -48,7 +53,7 @@ class OpenDatabase {
  private:
   enum class State { kAtRecord, kInGap, kAtEnd };
 
-  size_t count() const { return database_.records().size(); }
+  size_t count() const { return database_.description().record_count; }
   const SortOrder& SettledOrder() const;
   Record* At(size_t position) const;
   size_t PositionOf(const Record& record) const;

@@ -124,12 +124,16 @@ Status Store::Open(const CEGUID* guid, CEOID* oid, const WCHAR* name, CEPROPID s
   } else {
     STORE_TRY(FindByName(*guid, name, volume, database));
   }
-  STORE_TRY(volume->Load(*database));
   // Without a property: the database's first order, or that of the identifiers.
   const auto specs = database->description().sort_specs.list();
   if (sort_property == 0 && !specs.empty()) sort_property = specs[0].propid;
+  const auto spec =
+      std::find_if(specs.begin(), specs.end(), [=](const auto& one) { return one.propid == sort_property; });
+  if (sort_property != 0 && spec == specs.end()) return Status::kInvalidParameter;
+  // A pointer that goes on by itself may reach what is not there yet in the middle of a read.
+  STORE_TRY(auto_increment ? volume->Load(*database)
+                           : volume->LoadFirst(*database, sort_property != 0 ? &*spec : nullptr));
   SortOrder* order = sort_property != 0 ? database->OrderOn(sort_property) : nullptr;
-  if (sort_property != 0 && order == nullptr) return Status::kInvalidParameter;
   handle = handles_.Add(std::make_unique<OpenDatabase>(*volume, *database, order, auto_increment));
   *oid = database->oid();
   return Status::kOk;

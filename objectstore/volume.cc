@@ -75,6 +75,10 @@ Status Volume::LoadCatalogue() {
 
 Status Volume::Load(Database& database) { return NoteDamage(database.Load(file_.get(), head_.next_identifier)); }
 
+Status Volume::LoadFirst(Database& database, const SORTORDERSPEC* order) {
+  return NoteDamage(database.LoadFirst(file_.get(), head_.next_identifier, order));
+}
+
 Database* Volume::FirstAfter(CEOID oid) const {
   const auto found = std::partition_point(databases_.begin(), databases_.end(),
                                           [oid](const auto& database) { return database->oid() <= oid; });

@@ -46,6 +46,7 @@ class Volume {
   Database* FirstAfter(CEOID oid) const;
 
   Status Load(Database& database);
+  Status LoadFirst(Database& database, const SORTORDERSPEC* order);
 
   // The database that holds a record; null when there is no such record.
   Status FindOwner(CEOID record, Database*& owner);

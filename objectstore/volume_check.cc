@@ -64,15 +64,19 @@ Status CheckStructure(const VolumePages& pages, std::vector<Flaw>& flaws) {
   }
 }
 
+void AddNeighbour(std::vector<Flaw>& flaws, std::string text) {
+  flaws.push_back({true, XKRFindingJournal, 0, 0, 0, std::move(text)});
+}
+
 }  // namespace
 
 Status CheckWholeFile(const FilePath& path, const VolumePages& pages, std::vector<Flaw>& flaws) {
   struct stat found;
   if (lstat((path.full + kJournalSuffix).c_str(), &found) == 0) {
-    flaws.push_back({true, XKRFindingJournal, 0, 0, 0, "a -journal stands beside the file, which no volume has"});
+    AddNeighbour(flaws, "a -journal stands beside the file, which no volume has");
   }
   if (lstat((path.full + kLogSuffix).c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
-    flaws.push_back({true, XKRFindingJournal, 0, 0, 0, "what stands in the place of the log is no file"});
+    AddNeighbour(flaws, "what stands in the place of the log is no file");
   }
   return flaws.empty() ? CheckStructure(pages, flaws) : Status::kOk;
 }

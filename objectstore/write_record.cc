@@ -45,6 +45,7 @@ bool SetsOneNumber(const Database& database, const Record& record, std::span<con
 
 Status WriteRecord(OpenDatabase& handle, CEOID& oid, std::span<const CEPROPVAL> values) {
   if (values.empty() || values.data() == nullptr) return Status::kInvalidParameter;
+  STORE_TRY(handle.Complete());
   Database& database = handle.database();
   std::vector<Value>& merged = handle.EmptyValues();
   if (oid != 0) {
@@ -68,6 +69,7 @@ Status WriteRecord(OpenDatabase& handle, CEOID& oid, std::span<const CEPROPVAL> 
 }
 
 Status DeleteRecord(OpenDatabase& handle, CEOID oid) {
+  STORE_TRY(handle.Complete());
   Database& database = handle.database();
   const RecordRef record(database.Find(oid));
   if (!record) return Status::kInvalidParameter;
