@@ -1,5 +1,5 @@
-// Keys of texts in Latin letters without ICU's help: what each character puts into a key is learnt from ICU once, and the
-// keys of texts are composed of that.
+// Keys of texts in Latin, Greek and Cyrillic letters without ICU's help: what each character puts into a key is learnt
+// from ICU once, and the keys of texts are composed of that.
 //
 // (I1) A composed key is, byte for byte, the key that ICU gives for the text, so that the keys of both may be compared.
 // (I2) Only characters whose part of a key does not depend on their neighbours are composed; a text with any other is
@@ -12,8 +12,6 @@
 #include <span>
 #include <string_view>
 
-#include "object_store.h"
-
 namespace objectstore {
 
 class CollationTable {
@@ -21,8 +19,8 @@ class CollationTable {
   // Writes ICU's key of a text, with its zero, into the room and returns its size.
   using KeySource = std::function<size_t(std::u16string_view text, std::span<uint8_t> room)>;
 
-  // A table for keys of so many levels, from one (primary weights alone) to three. Costs some 800 of ICU's keys. If ICU's
-  // keys are not made as this table supposes, it composes none.
+  // A table for keys of so many levels, from one (primary weights alone) to three. If ICU's keys are not made as this table
+  // supposes, it composes none. Throws what the source throws.
   CollationTable(const KeySource& source, size_t levels);
 
   // Writes the key with its zero into the room and returns its size. Zero when the text is to be left to ICU, or when the
@@ -30,27 +28,42 @@ class CollationTable {
   size_t KeyOf(std::u16string_view text, std::span<uint8_t> room) const;
 
  private:
-  static constexpr size_t kCharacters = 0x180;            // Latin, its supplement, and its first extension
-  static constexpr size_t kMostCharacters = kCharacters;  // of a text
-  static constexpr size_t kMostPrimaryBytes = 4;
-  static constexpr size_t kMostWeightBytes = 4;
-  static constexpr uint8_t kMostCommon = 8;  // common weights of a character before and after others
-
-  // What keys of a level look like: common weights are not written but counted, and a run of them stands as a byte from
-  // low upwards before something smaller than a common weight (there is only the level's end), and from high downwards
-  // before a larger weight. Runs longer than a byte can say begin with middle.
-  struct RunCode {
-    uint8_t low;
-    uint8_t middle;
-    uint8_t high;
-    uint32_t most() const { return static_cast<uint32_t>(middle - low) + 1; }
+  // Runs of characters that have places in the table, one after the other; the first begins with character 0, so that its
+  // characters are their own places.
+  struct Block {
+    char16_t begin;
+    char16_t end;
   };
+  static constexpr Block kBlocks[] = {
+      {0x0000, 0x0530},  // Latin, phonetic letters, Greek, Cyrillic
+      {0x1E00, 0x1F00},  // more Latin letters, those of Vietnamese among them
+      {0x2010, 0x2028},  // dashes, quotation marks, the ellipsis
+      {0x20A0, 0x20C0},  // currencies
+  };
+  static constexpr size_t kPlaces = 0x530 + 0x100 + 0x18 + 0x20;
+  static constexpr size_t kNoPlace = kPlaces;
 
+  static constexpr size_t kMostCharacters = 384;  // of a text
+  static constexpr size_t kMostPrimaryBytes = 4;  // of a character
+  static constexpr size_t kMostWeightBytes = 4;
+  static constexpr uint8_t kMostCommon = 5;
+
+  // Numbers that fit into one, so that they are added up together.
+  static constexpr int kCountBits = 12;
+  enum Count { kPlace, kCommonSecondaries, kCommonTertiaries, kShortened, kApart };
+  static constexpr uint64_t CountOf(Count count, uint64_t number) { return number << count * kCountBits; }
+  static constexpr uint32_t CountIn(uint64_t counts, Count count) {
+    return static_cast<uint32_t>(counts >> count * kCountBits) & ((1U << kCountBits) - 1);
+  }
+  static_assert(kPlaces < 1 << kCountBits && kMostCharacters * 2 * kMostCommon < 1 << kCountBits);
+
+  // How many common weights it has on each lower level. Whether its primary weight is shortened behind one that begins with
+  // the same byte. Whether it is left to ICU.
   struct Character {
-    uint64_t counts;  // in bits from kSecondaryBits, kTertiaryBits, kApartBits upwards, so that a text's are their sums
-    std::array<uint8_t, kMostPrimaryBytes> primary;  // the rest is zero
-    uint8_t primary_bytes;
-    uint8_t is_marked;  // 1: has weights other than common ones on the second or third level
+    uint64_t counts = CountOf(kApart, 1);
+    std::array<uint8_t, kMostPrimaryBytes> primary{};  // the rest is zero
+    uint8_t primary_bytes = 0;
+    uint8_t is_marked = 0;  // 1: has weights other than common ones on a lower level
   };
 
   // A character's part of the second or third level: common weights, other weights, common weights.
@@ -60,36 +73,45 @@ class CollationTable {
     uint8_t weight_bytes;
     std::array<uint8_t, kMostWeightBytes> weights;
   };
-  using Shares = std::array<Share, kCharacters>;
+  using Shares = std::array<Share, kPlaces>;
 
-  // What a text has on the second and third level: the counts of all its characters, and, for each of those that are
-  // marked, the counts of all before it with the character itself in the lowest bits.
+  // What a text has on the lower levels: the counts of all its characters, and for each of those that are marked the counts
+  // of all before it, together with its place.
   struct LowerLevels {
     uint64_t counts = 0;
     size_t marks = 0;
     std::array<uint64_t, kMostCharacters> mark;  // in use: the first so many
   };
 
-  static constexpr int kSecondaryBits = 16;  // common weights
-  static constexpr int kTertiaryBits = 32;
-  static constexpr int kApartBits = 48;  // characters that are left to ICU
-  static constexpr Character kApart{uint64_t{1} << kApartBits, {}, 0, 0};
+  // Common weights are not written but counted: a run of them stands as a byte from low upwards at a level's end, and from
+  // high downwards before a weight, which is larger than a common one. Runs longer than that can say begin with middle.
+  struct RunCode {
+    Count common;
+    uint8_t low;
+    uint8_t middle;
+    uint8_t high;
+    uint32_t most() const { return static_cast<uint32_t>(middle - low) + 1; }
+  };
+  static constexpr RunCode kSecondaryRuns{kCommonSecondaries, 0x05, 0x25, 0x45};
+  static constexpr RunCode kTertiaryRuns{kCommonTertiaries, 0x05, 0x65, 0xC5};
 
-  static constexpr RunCode kSecondaryRuns{0x05, 0x25, 0x45};
-  static constexpr RunCode kTertiaryRuns{0x05, 0x65, 0xC5};
+  static constexpr uint8_t kLevelEnd = 1;
 
-  static uint8_t* Append(const RunCode& code, const Shares& shares, int count_bits, const LowerLevels& text,
-                         uint8_t* out, const uint8_t* end);
-  static uint32_t CountIn(uint64_t counts, int bits) { return static_cast<uint16_t>(counts >> bits); }
+  static size_t PlaceOf(char16_t character);
+  static size_t PlaceBeyondFirstBlock(char16_t character);
+  uint8_t* AppendShortened(std::u16string_view text, uint8_t* out) const;
+  template <RunCode code>
+  static uint8_t* Append(const Shares& shares, const LowerLevels& text, uint8_t* out, const uint8_t* end);
 
-  static bool ReadShare(const RunCode& code, std::span<const uint8_t> level, Share& share);
-
-  bool Learn(char16_t character, std::span<const uint8_t> key);
+  void Learn(const KeySource& source);
+  bool LearnKey(size_t place, std::span<const uint8_t> key);
+  static bool LearnShare(const RunCode& code, std::span<const uint8_t> level, Share& share);
+  void LearnShortening(const KeySource& source);
+  bool ReproducesKeys(const KeySource& source) const;
   bool Reproduces(const KeySource& source, std::u16string_view text) const;
-  bool ReproducesLongTexts(const KeySource& source) const;
 
   size_t levels_;
-  std::array<Character, kCharacters> characters_{};
+  std::array<Character, kPlaces> characters_;
   Shares secondaries_{};
   Shares tertiaries_{};
 };
