@@ -17,9 +17,9 @@ class Collation {
   // opens it, which takes a fraction of a millisecond; throws bad_alloc when memory runs short, and opens nothing then.
   static const Collation& ForFlags(DWORD sort_flags);
 
-  // Writes the text's key into room and returns its size with the terminating zero. Keys are compared as unsigned
-  // bytes. A key that is larger than room is not usable: make room and call again. Texts in plain Latin letters take a
-  // tenth of the time of others, if the room is larger than their keys by some bytes.
+  // Writes the text's key into room and returns its size with the terminating zero. Keys are compared as unsigned bytes.
+  // A key that is larger than room is not usable: make room and call again. Texts of up to 384 Latin, Greek or Cyrillic
+  // letters take a fraction of the time of others, if the room has five bytes for each, and some to spare.
   size_t KeyOf(const WCHAR* text, size_t length, uint8_t* room, size_t room_bytes) const;
 
  private:
