@@ -23,14 +23,13 @@ bool AsciiRules::Joins(char16_t before, char16_t middle, char16_t after) const {
          (Has(middle, kJoinsDigits) && Has(before, kDigit) && Has(after, kDigit));
 }
 
-bool AsciiRules::IsBoundary(std::string_view text, size_t position) const {
+bool AsciiRules::IsBoundary(std::u16string_view text, size_t position) const {
   if (position == 0) return true;
-  const auto at = [text](size_t i) { return static_cast<unsigned char>(text[i]); };
-  const char16_t before = at(position - 1);
-  const char16_t after = at(position);
+  const char16_t before = text[position - 1];
+  const char16_t after = text[position];
   if (IsInWords(before) && IsInWords(after)) return false;
-  if (position + 1 < text.size() && Joins(before, after, at(position + 1))) return false;
-  return position < 2 || !Joins(at(position - 2), before, after);
+  if (position + 1 < text.size() && Joins(before, after, text[position + 1])) return false;
+  return position < 2 || !Joins(text[position - 2], before, after);
 }
 
 }  // namespace wordbreaker

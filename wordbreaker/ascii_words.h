@@ -18,7 +18,7 @@ class AsciiRules {
 
   // True when text has a word boundary in front of position, which is inside text. Exact wherever one of the two
   // characters there belongs to words; elsewhere the answer is true.
-  bool IsBoundary(std::string_view text, size_t position) const;
+  bool IsBoundary(std::u16string_view text, size_t position) const;
 
   // True for characters that are in words wherever they stand: letters, digits, the low line.
   bool IsInWords(char16_t character) const { return Has(character, kInWords); }

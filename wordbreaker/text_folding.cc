@@ -1,5 +1,6 @@
 // The foldings are looked up in pages of 256 characters, each computed when the first of its characters is met and kept
-// until the program ends. Threads that meet a page at the same time each compute it; the first one's is kept.
+// until the program ends. Threads that meet a page at the same time each compute it; the first one's is kept. What texts
+// are mostly made of stands in one more table, unit by unit.
 #include "text_folding.h"
 
 #include <unicode/uchar.h>
@@ -18,6 +19,9 @@ namespace {
 
 constexpr char32_t kPageSize = 256;
 constexpr char32_t kFirstComplexCharacter = 0x590;  // Hebrew, where quotation marks join letters
+
+// The foldings of the characters below the complex ones that fold to one unit; 0 for the others.
+using SimpleFoldings = std::array<char16_t, kFirstComplexCharacter>;
 
 struct Entry {
   uint16_t start;
@@ -91,6 +95,27 @@ const Page* MakePage(char32_t first) {
   return present;
 }
 
+SimpleFoldings MakeSimpleFoldings() {
+  SimpleFoldings foldings{};
+  for (char32_t character = 0; character < foldings.size(); ++character) {
+    const std::u16string_view units = FoldCharacter(character).units;
+    if (units.size() == 1) foldings[character] = units[0];
+  }
+  return foldings;
+}
+
+// Folds text until its end or the first character that is not simple, and returns where that is.
+size_t FoldSimple(const SimpleFoldings& foldings, std::u16string_view text, char16_t* folded) {
+  size_t place = 0;
+  for (; place < text.size(); ++place) {
+    const char16_t unit = text[place];
+    const char16_t folding = unit < foldings.size() ? foldings[unit] : u'\0';
+    if (folding == 0) break;
+    folded[place] = folding;
+  }
+  return place;
+}
+
 }  // namespace
 
 FoldedCharacter FoldCharacter(char32_t character) {
@@ -107,22 +132,25 @@ char32_t NextCharacter(std::u16string_view text, size_t& position) {
   return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
 }
 
-void FoldText(std::u16string_view text, std::u16string& folded) {
+bool FoldText(std::u16string_view text, std::u16string& folded) {
+  static const SimpleFoldings kSimple = MakeSimpleFoldings();
   // Most texts fold to their own length or less: that much is written without asking for room.
   folded.resize(text.size());
   size_t length = 0;
+  bool unit_by_unit = true;
   for (size_t position = 0; position < text.size();) {
-    const char16_t first = text[position];
-    if (first < 0x80 && length < folded.size()) {
-      folded[length++] = FoldAscii(first);
-      ++position;
-      continue;
-    }
+    const size_t simple = FoldSimple(kSimple, text.substr(position, folded.size() - length), folded.data() + length);
+    position += simple;
+    length += simple;
+    if (position == text.size()) break;
+    const size_t start = position;
     const std::u16string_view units = FoldCharacter(NextCharacter(text, position)).units;
+    unit_by_unit = unit_by_unit && position == start + 1 && units.size() == 1;
     if (units.size() > folded.size() - length) folded.resize(2 * folded.size() + units.size());
     for (const char16_t unit : units) folded[length++] = unit;
   }
   folded.resize(length);
+  return unit_by_unit;
 }
 
 }  // namespace wordbreaker

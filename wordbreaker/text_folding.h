@@ -37,7 +37,8 @@ FoldedCharacter FoldCharacter(char32_t character);
 // Takes the next character from text at position, which is moved past it; half a surrogate pair stands for itself.
 char32_t NextCharacter(std::u16string_view text, size_t& position);
 
-// Puts the folding of text into folded, which it replaces. May throw std::bad_alloc.
-void FoldText(std::u16string_view text, std::u16string& folded);
+// Puts the folding of text into folded, which it replaces. True when each unit is a character and folds to one unit, so
+// that places in both are the same. May throw std::bad_alloc.
+bool FoldText(std::u16string_view text, std::u16string& folded);
 
 }  // namespace wordbreaker

@@ -7,25 +7,18 @@
 #include <memory>
 #include <mutex>
 #include <new>
-#include <string_view>
-#include <unordered_map>
 
+#include "session_table.h"
 #include "word_language.h"
 #include "word_search.h"
 
 namespace {
 
+using wordbreaker::SessionTable;
 using wordbreaker::WordLanguage;
 using wordbreaker::WordSearch;
 
 enum Result : uint16_t { kDone = 0, kNotFound = 1, kNoSession = 2, kNoMemory = 3, kRefused = 4 };
-
-struct Session {
-  Session(std::u16string_view text, const WordLanguage& language) : search(text, language) {}
-
-  std::mutex lock;
-  WordSearch search;
-};
 
 class Module {
  public:
@@ -41,34 +34,12 @@ class Module {
     return language_;
   }
 
-  uint32_t Add(std::shared_ptr<Session> session) {
-    const std::lock_guard<std::mutex> hold(lock_);
-    // The numbers come round again in the end; one that is still open is passed over.
-    do {
-      ++last_number_;
-    } while (last_number_ == 0 || sessions_.contains(last_number_));
-    sessions_.emplace(last_number_, std::move(session));
-    return last_number_;
-  }
-
-  // Null for an unknown number. What is returned outlives a close from another thread.
-  std::shared_ptr<Session> Find(uint32_t number) {
-    const std::lock_guard<std::mutex> hold(lock_);
-    const auto found = sessions_.find(number);
-    return found == sessions_.end() ? nullptr : found->second;
-  }
-
-  bool Remove(uint32_t number) {
-    std::shared_ptr<Session> last_reference = Find(number);  // destroyed outside the lock
-    const std::lock_guard<std::mutex> hold(lock_);
-    return sessions_.erase(number) != 0;
-  }
+  SessionTable& sessions() { return sessions_; }
 
  private:
   std::mutex lock_;
-  std::shared_ptr<const WordLanguage> language_;
-  std::unordered_map<uint32_t, std::shared_ptr<Session>> sessions_;
-  uint32_t last_number_ = 0;
+  std::shared_ptr<const WordLanguage> language_;  // under the lock
+  SessionTable sessions_;
 };
 
 // Never destroyed: threads may still search while the program ends.
@@ -113,21 +84,21 @@ extern "C" uint16_t FWOpenSession(const MDbChar* text, uint32_t* session) {
   if (text == nullptr) return kRefused;
   return WithoutExceptions([&] {
     const auto language = TheModule().Language();
-    *session = TheModule().Add(std::make_shared<Session>(text, *language));
+    *session = TheModule().sessions().Add(std::make_unique<WordSearch>(text, *language));
     return kDone;
   });
 }
 
 extern "C" uint16_t FWFindWord(uint32_t session, const MDbChar* text) {
   return WithoutExceptions([&] {
-    const auto open = TheModule().Find(session);
-    if (open == nullptr) return kNoSession;
-    if (text == nullptr) return kNotFound;
-    const std::lock_guard<std::mutex> hold(open->lock);
-    return open->search.Finds(text) ? kDone : kNotFound;
+    bool found = false;
+    const bool open = TheModule().sessions().With(
+        session, [&](WordSearch& search) { found = text != nullptr && search.FindsTerminated(text); });
+    if (!open) return kNoSession;
+    return found ? kDone : kNotFound;
   });
 }
 
 extern "C" uint16_t FWCloseSession(uint32_t session) {
-  return WithoutExceptions([&] { return TheModule().Remove(session) ? kDone : kNoSession; });
+  return WithoutExceptions([&] { return TheModule().sessions().Remove(session) ? kDone : kNoSession; });
 }

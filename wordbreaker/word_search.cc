@@ -21,12 +21,19 @@ std::vector<std::u16string> FoldedWords(std::u16string_view text, UBreakIterator
   return words;
 }
 
-std::string AsciiOrNothing(const std::u16string& text) {
-  if (std::any_of(text.begin(), text.end(), [](char16_t unit) { return unit >= 0x80; })) return {};
-  return std::string(text.begin(), text.end());
+bool IsAscii(std::u16string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
+}
+
+// True when no word can begin at position in any language: it is inside one.
+bool IsInsideSolid(std::u16string_view text, size_t position) {
+  if (!FoldCharacter(text[position - 1]).solid) return false;
+  return FoldCharacter(NextCharacter(text, position)).solid;
 }
 
 }  // namespace
+
+WordSearch::Word::Word(std::u16string folding) : folded(std::move(folding)), ascii(IsAscii(folded)), filter(folded) {}
 
 WordSearch::WordSearch(std::u16string_view text, const WordLanguage& language)
     : ascii_rules_(language.ascii()), iterator_(language.NewIterator()) {
@@ -35,36 +42,41 @@ WordSearch::WordSearch(std::u16string_view text, const WordLanguage& language)
   std::sort(words.begin(), words.end());
   for (size_t i = 0; i < words.size(); ++i) {
     if (i + 1 < words.size() && words[i + 1].starts_with(words[i])) continue;
-    words_.push_back(Word{words[i], AsciiOrNothing(words[i])});
+    words_.emplace_back(words[i]);
   }
 }
 
-bool WordSearch::Finds(std::u16string_view text) {
-  const bool ascii = std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
-  return ascii ? FindsInAscii(text) : FindsInAnyText(text);
+bool WordSearch::Finds(std::u16string_view text) { return IsAscii(text) ? FindsInAscii(text) : FindsInAnyText(text); }
+
+bool WordSearch::FindsTerminated(const char16_t* text) {
+  const TextExtent extent = ExtentOf(text);
+  return extent.ascii ? FindsInAscii({text, extent.size}) : FindsInAnyText({text, extent.size});
 }
 
 bool WordSearch::FindsInAscii(std::u16string_view text) {
-  ascii_text_.resize(text.size());
-  std::transform(text.begin(), text.end(), ascii_text_.begin(),
-                 [](char16_t unit) { return static_cast<char>(FoldAscii(unit)); });
-  return std::all_of(words_.begin(), words_.end(), [this](const Word& word) { return IsInAscii(word); });
+  return std::all_of(words_.begin(), words_.end(), [&](const Word& word) { return IsInAscii(word, text); });
 }
 
-bool WordSearch::IsInAscii(const Word& word) const {
-  if (word.ascii.empty() || !ascii_rules_.IsInWords(word.folded[0])) return false;
-  for (size_t start = 0; (start = ascii_text_.find(word.ascii, start)) != std::string::npos; ++start) {
-    if (!ascii_rules_.IsBoundary(ascii_text_, start)) continue;
-    size_t next = start + 1;
-    const size_t end = start + word.ascii.size();
-    while (next < end && !ascii_rules_.IsBoundary(ascii_text_, next)) ++next;
-    if (next == end) return true;
+bool WordSearch::IsInAscii(const Word& word, std::u16string_view text) const {
+  if (!word.ascii || !ascii_rules_.IsInWords(word.folded[0])) return false;
+  for (size_t start = 0; (start = word.filter.NextInAscii(text, start)) != WordFilter::kNowhere; ++start) {
+    if (ascii_rules_.IsBoundary(text, start) && StandsInAscii(word, text, start)) return true;
   }
   return false;
 }
 
+bool WordSearch::StandsInAscii(const Word& word, std::u16string_view text, size_t start) const {
+  for (size_t i = 0; i < word.folded.size(); ++i) {
+    if (FoldAscii(text[start + i]) != word.folded[i]) return false;
+  }
+  for (size_t i = 1; i < word.folded.size(); ++i) {
+    if (ascii_rules_.IsBoundary(text, start + i)) return false;
+  }
+  return true;
+}
+
 bool WordSearch::FindsInAnyText(std::u16string_view text) {
-  FoldText(text, folded_text_);
+  unit_by_unit_ = FoldText(text, folded_text_);
   iterator_has_text_ = false;
   return std::all_of(words_.begin(), words_.end(), [&](const Word& word) { return IsInText(word, text); });
 }
@@ -76,8 +88,12 @@ bool WordSearch::Advance(std::u16string_view text, Place& place) {
 }
 
 bool WordSearch::IsInText(const Word& word, std::u16string_view text) {
+  const std::u16string_view folded = folded_text_;
   Place place;
-  for (size_t start = 0; (start = folded_text_.find(word.folded, start)) != std::u16string::npos; ++start) {
+  for (size_t start = 0; (start = word.filter.NextInFolded(folded, start)) != WordFilter::kNowhere; ++start) {
+    if (unit_by_unit_ && start > 0 && IsInsideSolid(text, start)) continue;
+    if (folded.compare(start, word.folded.size(), word.folded) != 0) continue;
+    if (unit_by_unit_) place = Place{start, start};
     while (place.folded < start) Advance(text, place);
     // Inside one character's folding no word starts. In front of a character without a folding of its own one may, and
     // also behind it.
@@ -90,13 +106,8 @@ bool WordSearch::IsInText(const Word& word, std::u16string_view text) {
 }
 
 bool WordSearch::WordStartsAt(Place start, size_t folded_end, std::u16string_view text) {
-  bool starts_apart = start.original == 0;
-  if (!starts_apart) {
-    const char16_t before = text[start.original - 1];
-    size_t next = start.original;
-    if (FoldCharacter(before).solid && FoldCharacter(NextCharacter(text, next)).solid) return false;
-    starts_apart = ascii_rules_.AlwaysSeparates(before);
-  }
+  const bool starts_apart = start.original == 0 || ascii_rules_.AlwaysSeparates(text[start.original - 1]);
+  if (!starts_apart && IsInsideSolid(text, start.original)) return false;
   if (starts_apart && SolidWordReaches(start, folded_end, text)) return true;
   return IteratorsWordReaches(start, folded_end, text);
 }

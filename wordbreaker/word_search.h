@@ -8,11 +8,11 @@
 //      text's.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "unit_scan.h"
 #include "word_language.h"
 
 namespace wordbreaker {
@@ -24,14 +24,20 @@ class WordSearch {
 
   bool Finds(std::u16string_view text);
 
+  // The same for a text that ends with a zero.
+  bool FindsTerminated(const char16_t* text);
+
   // The two ways of Finds, which agree. The first is for plain ASCII text only.
   bool FindsInAscii(std::u16string_view text);
   bool FindsInAnyText(std::u16string_view text);
 
  private:
   struct Word {
+    explicit Word(std::u16string folding);
+
     std::u16string folded;
-    std::string ascii;  // the same; empty when it has other characters
+    bool ascii;  // all of it
+    WordFilter filter;
   };
 
   // A place between two characters of a text, and the same place in the text's folding.
@@ -40,8 +46,11 @@ class WordSearch {
     size_t folded = 0;
   };
 
-  bool IsInAscii(const Word& word) const;
+  bool IsInAscii(const Word& word, std::u16string_view text) const;
   bool IsInText(const Word& word, std::u16string_view text);
+
+  // True when the word stands at start and has no boundary inside. The text is plain ASCII.
+  bool StandsInAscii(const Word& word, std::u16string_view text, size_t start) const;
 
   // Moves place past one character; true when that is solid.
   static bool Advance(std::u16string_view text, Place& place);
@@ -61,8 +70,8 @@ class WordSearch {
   AsciiRules ascii_rules_;
   BreakIterator iterator_;
   bool iterator_has_text_ = false;
-  std::string ascii_text_;  // the text that is searched, folded; kept from text to text for its memory
-  std::u16string folded_text_;
+  std::u16string folded_text_;  // the text that is searched; kept from text to text for its memory
+  bool unit_by_unit_ = false;   // places in the text and in its folding are the same
 };
 
 }  // namespace wordbreaker

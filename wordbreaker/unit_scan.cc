@@ -1,0 +1,151 @@
+#include "unit_scan.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <string>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace wordbreaker {
+namespace {
+
+constexpr char16_t kCaseBit = 0x20;  // what an ASCII letter's two cases differ in
+
+// From the commonest to the rarest, roughly, over the languages that write with them. Whatever else stands in a word is
+// taken for rarer.
+constexpr std::u16string_view kLettersByFrequency = u"eaintrosldumcpghbvfkzwyjxq";
+
+size_t Rarity(char16_t unit) { return std::min(kLettersByFrequency.find(unit), kLettersByFrequency.size()); }
+
+#if defined(__SSE2__)
+
+// Sixteen units of a text against one unit: a byte of ones for each that is equal.
+struct InFolded {
+  static bool Equal(char16_t text, char16_t unit) { return text == unit; }
+  static __m128i Spread(char16_t unit) { return _mm_set1_epi16(static_cast<int16_t>(unit)); }
+  static __m128i Equal(__m128i first, __m128i second, __m128i spread) {
+    return _mm_packs_epi16(_mm_cmpeq_epi16(first, spread), _mm_cmpeq_epi16(second, spread));
+  }
+};
+
+// The same without regard to case. ASCII's units keep their values when they are packed into bytes.
+struct InAscii {
+  static bool Equal(char16_t text, char16_t unit) { return (text | kCaseBit) == (unit | kCaseBit); }
+  static __m128i Spread(char16_t unit) { return _mm_set1_epi8(static_cast<char>(unit | kCaseBit)); }
+  static __m128i Equal(__m128i first, __m128i second, __m128i spread) {
+    return _mm_cmpeq_epi8(_mm_or_si128(_mm_packus_epi16(first, second), _mm_set1_epi8(kCaseBit)), spread);
+  }
+};
+
+__m128i Load(const char16_t* units) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(units)); }
+
+template <typename Comparison>
+__m128i Equal(const char16_t* units, __m128i spread) {
+  return Comparison::Equal(Load(units), Load(units + 8), spread);
+}
+
+uint32_t Bits(__m128i bytes) { return static_cast<uint32_t>(_mm_movemask_epi8(bytes)); }
+
+#else
+
+struct InFolded {
+  static bool Equal(char16_t text, char16_t unit) { return text == unit; }
+};
+
+struct InAscii {
+  static bool Equal(char16_t text, char16_t unit) { return (text | kCaseBit) == (unit | kCaseBit); }
+};
+
+#endif
+
+}  // namespace
+
+#if defined(__SSE2__)
+
+// Read in aligned blocks of eight units, each only when the one before it does not end the text. Units behind the end
+// take no part in the answer. The address sanitizer would not have them read. A text at an odd address is never
+// aligned and is read unit by unit.
+__attribute__((no_sanitize("address"))) TextExtent ExtentOf(const char16_t* text) {
+  const char16_t* place = text;
+  unsigned sum = 0;
+  for (; reinterpret_cast<uintptr_t>(place) % sizeof(__m128i) != 0; ++place) {
+    if (*place == 0) return {static_cast<size_t>(place - text), sum < 0x80};
+    sum |= *place;
+  }
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i beyond_ascii = _mm_set1_epi16(static_cast<int16_t>(0xFF80));
+  __m128i sums = zero;
+  for (;; place += 8) {
+    const __m128i units = *reinterpret_cast<const __m128i*>(place);
+    const uint32_t ends = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi16(units, zero)));
+    if (ends == 0) {
+      sums = _mm_or_si128(sums, units);
+      continue;
+    }
+    const __m128i all_plain = _mm_cmpeq_epi16(_mm_and_si128(sums, beyond_ascii), zero);
+    const __m128i plain = _mm_and_si128(all_plain, _mm_cmpeq_epi16(_mm_and_si128(units, beyond_ascii), zero));
+    const auto rest = static_cast<size_t>(std::countr_zero(ends)) / 2;
+    const uint32_t others = ~static_cast<uint32_t>(_mm_movemask_epi8(plain));
+    const bool ascii = sum < 0x80 && _mm_movemask_epi8(all_plain) == 0xFFFF && (others & ((1U << 2 * rest) - 1)) == 0;
+    return {static_cast<size_t>(place - text) + rest, ascii};
+  }
+}
+
+#else
+
+TextExtent ExtentOf(const char16_t* text) {
+  unsigned sum = 0;
+  size_t size = 0;
+  for (; text[size] != 0; ++size) sum |= text[size];
+  return {size, sum < 0x80};
+}
+
+#endif
+
+WordFilter::WordFilter(std::u16string_view word) : word_size_(word.size()), units_{{{0, word[0]}, {0, word[0]}}} {
+  for (size_t i = 1; i < word.size(); ++i) {
+    Unit& commoner = Rarity(units_[0].unit) < Rarity(units_[1].unit) ? units_[0] : units_[1];
+    if (units_[0].offset == units_[1].offset || Rarity(word[i]) > Rarity(commoner.unit)) commoner = {i, word[i]};
+  }
+}
+
+size_t WordFilter::NextInFolded(std::u16string_view folded, size_t from) const { return Next<InFolded>(folded, from); }
+
+size_t WordFilter::NextInAscii(std::u16string_view text, size_t from) const { return Next<InAscii>(text, from); }
+
+template <typename Comparison>
+size_t WordFilter::Next(std::u16string_view text, size_t from) const {
+  if (text.size() < word_size_) return kNowhere;
+  const size_t starts = text.size() - word_size_ + 1;
+  const char16_t* const first = text.data() + units_[0].offset;
+  const char16_t* const second = text.data() + units_[1].offset;
+#if defined(__SSE2__)
+  const __m128i first_unit = Comparison::Spread(units_[0].unit);
+  const __m128i second_unit = Comparison::Spread(units_[1].unit);
+  const auto both = [&](size_t start) {
+    return _mm_and_si128(Equal<Comparison>(first + start, first_unit), Equal<Comparison>(second + start, second_unit));
+  };
+  for (; from + 32 <= starts; from += 32) {
+    const __m128i here = both(from);
+    const __m128i behind = both(from + 16);
+    if (Bits(_mm_or_si128(here, behind)) == 0) continue;
+    return from + static_cast<size_t>(std::countr_zero(Bits(here) | Bits(behind) << 16));
+  }
+  // The last block ends where the starts end and so may begin before from.
+  while (starts >= 16 && from < starts) {
+    const size_t block = std::min(from, starts - 16);
+    const uint32_t found = Bits(both(block)) >> (from - block);
+    if (found != 0) return from + static_cast<size_t>(std::countr_zero(found));
+    from = block + 16;
+  }
+#endif
+  for (; from < starts; ++from) {
+    if (Comparison::Equal(first[from], units_[0].unit) && Comparison::Equal(second[from], units_[1].unit)) return from;
+  }
+  return kNowhere;
+}
+
+}  // namespace wordbreaker

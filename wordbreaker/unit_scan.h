@@ -1,0 +1,50 @@
+// The passes over a text's UTF-16 units, many at a time where the processor has SSE2 and one at a time elsewhere.
+//
+// (U1) Both ways give the same answers. (U2) Nothing outside a text is looked at, except that finding a terminated
+// text's end may read up to the next address that is a multiple of 16, which never leaves the page of its last unit.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+namespace wordbreaker {
+
+struct TextExtent {
+  size_t size;
+  bool ascii;  // every unit is below 0x80
+};
+
+// Of a zero-terminated text.
+TextExtent ExtentOf(const char16_t* text);
+
+// Where a word may begin in a text, by two of its units: those that texts rarely have, so that few places are left to
+// look at. A word of one unit is looked for by that one.
+class WordFilter {
+ public:
+  static constexpr size_t kNowhere = std::u16string_view::npos;
+
+  // A folded word, not empty.
+  explicit WordFilter(std::u16string_view word);
+
+  // The first place, not before from, where both units stand as they do in the word and the text has room for it.
+  size_t NextInFolded(std::u16string_view folded, size_t from) const;
+
+  // The same in a plain ASCII text of any case. Places where some other character stands may be among them: @ is taken
+  // for `, say. The word is plain ASCII, too.
+  size_t NextInAscii(std::u16string_view text, size_t from) const;
+
+ private:
+  struct Unit {
+    size_t offset;  // in the word
+    char16_t unit;
+  };
+
+  template <typename Comparison>
+  size_t Next(std::u16string_view text, size_t from) const;
+
+  size_t word_size_;
+  std::array<Unit, 2> units_;
+};
+
+}  // namespace wordbreaker
