@@ -8,11 +8,13 @@
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <memory>
 
 #include "icu_failure.h"
+#include "unit_scan.h"
 
 namespace wordbreaker {
 namespace {
@@ -106,14 +108,17 @@ SimpleFoldings MakeSimpleFoldings() {
 
 // Folds text until its end or the first character that is not simple, and returns where that is.
 size_t FoldSimple(const SimpleFoldings& foldings, std::u16string_view text, char16_t* folded) {
-  size_t place = 0;
-  for (; place < text.size(); ++place) {
-    const char16_t unit = text[place];
-    const char16_t folding = unit < foldings.size() ? foldings[unit] : u'\0';
-    if (folding == 0) break;
-    folded[place] = folding;
+  for (size_t place = 0;;) {
+    place += FoldAsciiBlocks(text.substr(place), folded + place);
+    // Across what ended the blocks, and then by blocks again.
+    for (const size_t end = std::min(place + 16, text.size()); place < end; ++place) {
+      const char16_t unit = text[place];
+      const char16_t folding = unit < foldings.size() ? foldings[unit] : u'\0';
+      if (folding == 0) return place;
+      folded[place] = folding;
+    }
+    if (place == text.size()) return place;
   }
-  return place;
 }
 
 }  // namespace

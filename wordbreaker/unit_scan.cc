@@ -42,6 +42,14 @@ struct InAscii {
 
 __m128i Load(const char16_t* units) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(units)); }
 
+// Of a block in which the text ends there may be units that belong to something else, which the address sanitizer would
+// not have anybody read.
+__attribute__((no_sanitize("address"))) __m128i LoadAligned(const char16_t* units) {
+  return *reinterpret_cast<const __m128i*>(units);
+}
+
+void Store(char16_t* place, __m128i units) { _mm_storeu_si128(reinterpret_cast<__m128i*>(place), units); }
+
 template <typename Comparison>
 __m128i Equal(const char16_t* units, __m128i spread) {
   return Comparison::Equal(Load(units), Load(units + 8), spread);
@@ -65,10 +73,9 @@ struct InAscii {
 
 #if defined(__SSE2__)
 
-// Read in aligned blocks of eight units, each only when the one before it does not end the text. Units behind the end
-// take no part in the answer. The address sanitizer would not have them read. A text at an odd address is never
-// aligned and is read unit by unit.
-__attribute__((no_sanitize("address"))) TextExtent ExtentOf(const char16_t* text) {
+// Read in aligned blocks of eight units, each only when the one before it does not end the text; units behind the end
+// take no part in the answer. A text at an odd address is never aligned and is read unit by unit.
+TextExtent ExtentOf(const char16_t* text) {
   const char16_t* place = text;
   unsigned sum = 0;
   for (; reinterpret_cast<uintptr_t>(place) % sizeof(__m128i) != 0; ++place) {
@@ -78,23 +85,48 @@ __attribute__((no_sanitize("address"))) TextExtent ExtentOf(const char16_t* text
   const __m128i zero = _mm_setzero_si128();
   const __m128i beyond_ascii = _mm_set1_epi16(static_cast<int16_t>(0xFF80));
   __m128i sums = zero;
-  for (;; place += 8) {
-    const __m128i units = *reinterpret_cast<const __m128i*>(place);
-    const uint32_t ends = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi16(units, zero)));
-    if (ends == 0) {
-      sums = _mm_or_si128(sums, units);
-      continue;
-    }
-    const __m128i all_plain = _mm_cmpeq_epi16(_mm_and_si128(sums, beyond_ascii), zero);
-    const __m128i plain = _mm_and_si128(all_plain, _mm_cmpeq_epi16(_mm_and_si128(units, beyond_ascii), zero));
-    const auto rest = static_cast<size_t>(std::countr_zero(ends)) / 2;
-    const uint32_t others = ~static_cast<uint32_t>(_mm_movemask_epi8(plain));
-    const bool ascii = sum < 0x80 && _mm_movemask_epi8(all_plain) == 0xFFFF && (others & ((1U << 2 * rest) - 1)) == 0;
-    return {static_cast<size_t>(place - text) + rest, ascii};
+  __m128i units = zero;
+  uint32_t ends = 0;
+  const auto goes_on = [&] {
+    units = LoadAligned(place);
+    ends = Bits(_mm_cmpeq_epi16(units, zero));
+    if (ends != 0) return false;
+    sums = _mm_or_si128(sums, units);
+    place += 8;
+    return true;
+  };
+  // Four blocks a round: the way back is what would take the time.
+  while (goes_on() && goes_on() && goes_on() && goes_on()) {
   }
+  const auto ascii_bits = [&](__m128i all) { return Bits(_mm_cmpeq_epi16(_mm_and_si128(all, beyond_ascii), zero)); };
+  const auto rest = static_cast<size_t>(std::countr_zero(ends)) / 2;
+  const uint32_t in_text = (1U << 2 * rest) - 1;
+  const bool ascii = sum < 0x80 && ascii_bits(sums) == 0xFFFF && (ascii_bits(units) & in_text) == in_text;
+  return {static_cast<size_t>(place - text) + rest, ascii};
+}
+
+size_t FoldAsciiBlocks(std::u16string_view text, char16_t* folded) {
+  const __m128i beyond_ascii = _mm_set1_epi16(static_cast<int16_t>(0xFF80));
+  const auto lower = [](__m128i units) {
+    const __m128i capital = _mm_and_si128(_mm_cmpgt_epi16(units, _mm_set1_epi16(u'A' - 1)),
+                                          _mm_cmplt_epi16(units, _mm_set1_epi16(u'Z' + 1)));
+    return _mm_or_si128(units, _mm_and_si128(capital, _mm_set1_epi16(kCaseBit)));
+  };
+  size_t place = 0;
+  for (; place + 16 <= text.size(); place += 16) {
+    const __m128i first = Load(text.data() + place);
+    const __m128i second = Load(text.data() + place + 8);
+    const __m128i others = _mm_and_si128(_mm_or_si128(first, second), beyond_ascii);
+    if (Bits(_mm_cmpeq_epi16(others, _mm_setzero_si128())) != 0xFFFF) break;
+    Store(folded + place, lower(first));
+    Store(folded + place + 8, lower(second));
+  }
+  return place;
 }
 
 #else
+
+size_t FoldAsciiBlocks(std::u16string_view, char16_t*) { return 0; }
 
 TextExtent ExtentOf(const char16_t* text) {
   unsigned sum = 0;
@@ -131,8 +163,9 @@ size_t WordFilter::Next(std::u16string_view text, size_t from) const {
   for (; from + 32 <= starts; from += 32) {
     const __m128i here = both(from);
     const __m128i behind = both(from + 16);
-    if (Bits(_mm_or_si128(here, behind)) == 0) continue;
-    return from + static_cast<size_t>(std::countr_zero(Bits(here) | Bits(behind) << 16));
+    if (Bits(_mm_or_si128(here, behind)) != 0) [[unlikely]] {
+      return from + static_cast<size_t>(std::countr_zero(Bits(here) | Bits(behind) << 16));
+    }
   }
   // The last block ends where the starts end and so may begin before from.
   while (starts >= 16 && from < starts) {

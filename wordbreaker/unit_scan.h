@@ -18,6 +18,9 @@ struct TextExtent {
 // Of a zero-terminated text.
 TextExtent ExtentOf(const char16_t* text);
 
+// Folds text from its beginning for as long as sixteen units are plain ASCII, and returns how many are folded.
+size_t FoldAsciiBlocks(std::u16string_view text, char16_t* folded);
+
 // Where a word may begin in a text, by two of its units: those that texts rarely have, so that few places are left to
 // look at. A word of one unit is looked for by that one.
 class WordFilter {

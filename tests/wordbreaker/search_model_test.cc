@@ -109,17 +109,19 @@ class Texts {
 
 const char* const kLocales[] = {"", "sv", "en_US_POSIX", "th", "ja"};
 
-void ExpectAgreement(const Alphabet& alphabet, const char* locale, int rounds) {
+void ExpectAgreement(const Alphabet& alphabet, const char* locale, int rounds, size_t longest = 12) {
   const WordLanguage language(locale);
   Texts texts(alphabet);
   int found = 0;
   for (int round = 0; round < rounds; ++round) {
-    const std::u16string text = texts.Text(12);
+    const std::u16string text = texts.Text(longest);
     const std::u16string search = texts.Search(text);
     const bool expected = SlowFinds(search, text, locale);
     WordSearch fast(search, language);
     ASSERT_EQ(fast.Finds(text), expected) << alphabet.name << ", locale \"" << locale << "\", round " << round << ": "
                                           << Shown(search) << " in " << Shown(text);
+    ASSERT_EQ(fast.FindsTerminated(text.c_str()), expected) << alphabet.name << ", locale \"" << locale << "\", round "
+                                                            << round << ": " << Shown(search) << " in " << Shown(text);
     ASSERT_EQ(fast.FindsInAnyText(text), expected) << alphabet.name << ", locale \"" << locale << "\", round " << round
                                                    << ": " << Shown(search) << " in " << Shown(text);
     found += expected;
@@ -147,6 +149,25 @@ TEST(SearchModel, ScriptsMixedAtRandomAreFoundAsBySlowSearch) {
     mixed.pieces.insert(mixed.pieces.end(), alphabet.pieces.begin(), alphabet.pieces.end());
   }
   for (const char* locale : kLocales) ExpectAgreement(mixed, locale, 2000);
+}
+
+// Long enough for many units to be looked at together, and words that are not in the text are often nearly so.
+TEST(SearchModel, LongTextsAreFoundAsBySlowSearch) {
+  const Alphabet plain{"ASCII words",
+                       {u"the ", u"The ", u"there ", u"Theory", u"e", u"x", u"X", u"qu", u" ", u", ", u"o'clock ",
+                        u"3.14", u"well-known ", u"file_name", u"@"}};
+  Alphabet accented{"words with accents", plain.pieces};
+  accented.pieces.insert(accented.pieces.end(), {u"th\u00E9 ", u"\u2019", u"x\u0301", u"Th\u00C9"});
+  Alphabet every_kind{"words that fold to other lengths", accented.pieces};
+  every_kind.pieces.insert(every_kind.pieces.end(),
+                           {u"\u00DF", u"\uFB01", u"\u2026", u"\u00AD", u"\U0001D400", u"\u0442\u0435", u"\u6771"});
+  for (const char* locale : {"", "sv"}) {
+    for (const size_t longest : {25u, 60u}) {
+      ExpectAgreement(plain, locale, 2000, longest);
+      ExpectAgreement(accented, locale, 2000, longest);
+      ExpectAgreement(every_kind, locale, 2000, longest);
+    }
+  }
 }
 
 TEST(SearchModel, EveryLetterBelowHebrewNextToEveryOtherKindIsFoundAsBySlowSearch) {

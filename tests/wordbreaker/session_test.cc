@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <iterator>
+#include <map>
 #include <set>
 #include <string>
 #include <thread>
@@ -31,6 +34,48 @@ TEST(Session, ManySessionsAreIndependent) {
     EXPECT_NE(FWFindWord(sessions[i], (u"word" + Numbered(i + 1) + u"x").c_str()), 0) << i;
   }
   for (size_t i = 1; i < kCount; i += 2) ASSERT_EQ(FWCloseSession(sessions[i]), 0);
+}
+
+TEST(Session, NumbersStayApartWhileSessionsComeAndGo) {
+  std::map<uint32_t, size_t> open;
+  std::set<uint32_t> closed;
+  for (size_t i = 0; i < 600; ++i) {
+    uint32_t session = 0;
+    ASSERT_EQ(FWOpenSession((u"w" + Numbered(i) + u"x").c_str(), &session), 0);
+    ASSERT_TRUE(open.emplace(session, i).second) << "a number that is in use";
+    ASSERT_EQ(closed.count(session), 0u) << "a number that has just been closed";
+    if (i % 3 == 0) continue;  // the rest stay open, so that places fill unevenly
+    const auto oldest = std::next(open.begin(), static_cast<std::ptrdiff_t>(open.size() / 2));
+    ASSERT_EQ(FWCloseSession(oldest->first), 0);
+    closed.insert(oldest->first);
+    open.erase(oldest);
+  }
+  for (const uint32_t number : closed) ASSERT_NE(FWFindWord(number, u"w"), 0) << number;
+  for (const auto& [number, i] : open) {
+    EXPECT_EQ(FWFindWord(number, (u"w" + Numbered(i) + u"x").c_str()), 0) << i;
+    EXPECT_NE(FWFindWord(number, (u"w" + Numbered(i + 1) + u"x").c_str()), 0) << i;
+    ASSERT_EQ(FWCloseSession(number), 0);
+  }
+}
+
+TEST(Session, ASessionAnswersWhileOthersAreOpened) {
+  uint32_t session = 0;
+  ASSERT_EQ(FWOpenSession(u"\u00E4 b", &session), 0);
+  std::atomic<bool> opening{true};
+  std::atomic<int> wrong{0};
+  std::thread searcher([&] {
+    while (opening) {
+      wrong += FWFindWord(session, u"A B") != 0;
+      wrong += FWFindWord(session, u"\u00C4 c") == 0;
+    }
+  });
+  std::vector<uint32_t> others(500);
+  for (uint32_t& other : others) wrong += FWOpenSession(u"c", &other) != 0;
+  opening = false;
+  searcher.join();
+  EXPECT_EQ(wrong, 0);
+  for (const uint32_t other : others) EXPECT_EQ(FWCloseSession(other), 0);
+  EXPECT_EQ(FWCloseSession(session), 0);
 }
 
 TEST(Session, ASessionAnswersAgainAndAgain) {

@@ -91,6 +91,47 @@ TEST(TextFolding, UpperAndLowerCaseFoldAlike) {
   }
 }
 
+TEST(TextFolding, PlacesAreTheSameWhenEachUnitFoldsToOne) {
+  const struct {
+    const char* why;
+    std::u16string text;
+    bool same;
+  } kTexts[] = {
+      {"empty", u"", true},
+      {"ASCII", u"Hello, World_9", true},
+      {"a zero", std::u16string(3, u'\0'), true},
+      {"accented letters", u"\u00C9cole \u00E0 No\u00EBl", true},
+      {"letters beyond the table", u"\u1EC7\u1FB3\u6771 \u2019", true},
+      {"halves of pairs, each by itself", {0xDC00, u'A', 0xD800}, true},
+      {"a letter that falls into two", u"Stra\u00DFe", false},
+      {"a character that goes", u"co\u00ADop", false},
+      {"an accent apart", u"e\u0301", false},
+      {"two that make up for one another", u"\u00DF\u00AD", false},
+      {"a pair", u"\U00010400", false},
+      {"a pair that folds to one unit", u"\U0001D400", false},
+  };
+  for (const auto& row : kTexts) {
+    for (const size_t plain : {0u, 15u, 16u, 40u}) {
+      std::u16string folded;
+      EXPECT_EQ(FoldText(std::u16string(plain, u'A') + row.text, folded), row.same) << row.why << " behind " << plain;
+      EXPECT_EQ(Shown(folded), Shown(SlowFold(std::u16string(plain, u'A') + row.text))) << row.why;
+    }
+  }
+}
+
+TEST(TextFolding, LongTextsWithFewCharactersOutsideAsciiFoldAsWholeTextsDo) {
+  std::mt19937 random(1813);
+  for (int round = 0; round < 5000; ++round) {
+    std::u16string text;
+    const auto rarely = 1 + random() % 60;
+    for (size_t length = random() % 120; length > 0; --length) {
+      const bool plain = random() % rarely != 0;
+      text += TextOf(static_cast<char32_t>(plain ? 1 + random() % 0x7F : random() % 0x2100));
+    }
+    ASSERT_EQ(Shown(Folded(text)), Shown(SlowFold(text))) << Shown(text);
+  }
+}
+
 TEST(TextFolding, RandomTextsFoldAsWholeTextsDo) {
   std::mt19937 random(20240229);
   for (int round = 0; round < 20000; ++round) {

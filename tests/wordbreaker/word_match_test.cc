@@ -218,6 +218,8 @@ TEST(WordMatch, VeryLongTexts) {
   }
   EXPECT_TRUE(Found(plain, plain));
   EXPECT_FALSE(Found(plain + u"a", plain));
+  EXPECT_FALSE(Found(std::u16string(50000, u'a') + u"b", plain));
+  EXPECT_FALSE(Found(std::u16string(50000, u'a') + u"b", accented));
   EXPECT_TRUE(Found(std::u16string(50000, u'a'), accented));
   EXPECT_FALSE(Found(std::u16string(5000, u'a') + u"b", accented.substr(0, 10000)));
   EXPECT_FALSE(Found(u"\u6771\u4EAC", ideographs));

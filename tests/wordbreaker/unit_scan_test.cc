@@ -1,0 +1,121 @@
+// The passes over many units at a time against plain loops, over every alignment and every place in a block.
+#include "unit_scan.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "slow_search.h"
+#include "text_folding.h"
+
+namespace {
+
+using wordbreaker::ExtentOf;
+using wordbreaker::FoldAscii;
+using wordbreaker::FoldAsciiBlocks;
+using wordbreaker::TextExtent;
+using wordbreaker::WordFilter;
+
+constexpr size_t kLongest = 75;  // more than two rounds of the widest pass
+
+TEST(UnitScan, AnEndIsFoundAtEveryAddressAndWhatIsBehindItDoesNotCount) {
+  for (size_t skipped = 0; skipped < 8; ++skipped) {
+    for (size_t size = 0; size < kLongest; ++size) {
+      for (const char16_t behind : {u'a', u'\u0080', u'\xFFFF', u'\0'}) {
+        std::u16string units(skipped, u'\u00E4');
+        units += std::u16string(size, u'\x7F') + u'\0' + std::u16string(80, behind);
+        const TextExtent extent = ExtentOf(units.data() + skipped);
+        ASSERT_EQ(extent.size, size) << skipped << " units in front";
+        ASSERT_TRUE(extent.ascii) << size << " units, " << skipped << " in front";
+      }
+    }
+  }
+}
+
+TEST(UnitScan, OneUnitOutsideAsciiIsSeenWhereverItStands) {
+  for (size_t skipped = 0; skipped < 8; ++skipped) {
+    for (size_t size = 1; size < kLongest; ++size) {
+      for (size_t place = 0; place < size; ++place) {
+        for (const char16_t other : {u'\u0080', u'\u0100', u'\u4E00', u'\xD800', u'\xFFFF'}) {
+          const auto units = std::make_unique<char16_t[]>(skipped + size + 1);  // and nothing behind
+          std::fill_n(units.get(), skipped + size, u'a');
+          units[skipped + place] = other;
+          const TextExtent extent = ExtentOf(units.get() + skipped);
+          ASSERT_EQ(extent.size, size);
+          ASSERT_FALSE(extent.ascii) << Shown({&other, 1}) << " at " << place << " of " << size << ", " << skipped;
+        }
+      }
+    }
+  }
+}
+
+TEST(UnitScan, BlocksAreFoldedUntilTheFirstUnitOutsideAscii) {
+  std::u16string every;
+  for (char16_t c = 0; c < 0x80; ++c) every += c;
+  for (size_t size = 0; size <= every.size(); ++size) {
+    const std::u16string text = every.substr(every.size() - size) + u"\u0080\u00C0" + every;
+    std::u16string folded(text.size(), u'-');
+    const size_t done = FoldAsciiBlocks(text, folded.data());
+    ASSERT_LE(done, size);
+    for (size_t i = 0; i < text.size(); ++i) {
+      ASSERT_EQ(folded[i], i < done ? FoldAscii(text[i]) : u'-') << "place " << i << " of " << size;
+    }
+  }
+}
+
+size_t Agreeing(std::u16string_view text, size_t start, std::u16string_view word) {
+  size_t agreeing = 0;
+  for (size_t i = 0; i < word.size(); ++i) agreeing += text[start + i] == word[i];
+  return agreeing;
+}
+
+// Every place of the word is among the filter's, and each of those has two of its units at least.
+void ExpectNoPlaceIsMissed(std::u16string_view word, std::u16string_view text, bool ascii) {
+  const WordFilter filter(word);
+  std::u16string folded(text);
+  if (ascii) std::transform(text.begin(), text.end(), folded.begin(), FoldAscii);
+  size_t from = 0;
+  for (;;) {
+    const size_t next = ascii ? filter.NextInAscii(text, from) : filter.NextInFolded(text, from);
+    ASSERT_GE(std::u16string_view(folded).find(word, from), next) << Shown(word) << " in " << Shown(text);
+    if (next == WordFilter::kNowhere) return;
+    ASSERT_GE(next, from) << Shown(word) << " in " << Shown(text);
+    ASSERT_LE(next + word.size(), text.size()) << Shown(word) << " in " << Shown(text);
+    ASSERT_GE(Agreeing(folded, next, word), std::min<size_t>(2, word.size())) << Shown(word) << " in " << Shown(text);
+    from = next + 1;
+  }
+}
+
+TEST(UnitScan, AWordsPlacesAreAllAmongTheFiltersPlaces) {
+  const struct {
+    std::u16string_view letters;
+    std::u16string_view word_letters;
+    bool ascii;
+  } kTexts[] = {
+      {u"ab", u"ab", false},
+      {u"abcdefgh", u"abcdefgh", false},
+      {u"\u0430\u0431\u0432\u0130\u4E30 a", u"\u0430\u0431a\u4E30", false},
+      {u"aAbB1_. ", u"ab1_.", true},
+      {u"eExXqQ zZ", u"exqz", true},
+  };
+  std::mt19937 random(1848);
+  const auto text_of = [&](std::u16string_view letters, size_t size) {
+    std::u16string text(size, u'\0');
+    for (char16_t& unit : text) unit = letters[random() % letters.size()];
+    return text;
+  };
+  for (const auto& row : kTexts) {
+    for (size_t size = 0; size < kLongest; ++size) {
+      for (int round = 0; round < 40; ++round) {
+        const std::u16string word = text_of(row.word_letters, 1 + random() % (round % 8 == 0 ? 40 : 4));
+        ExpectNoPlaceIsMissed(word, text_of(row.letters, size), row.ascii);
+        if (HasFatalFailure()) return;
+      }
+    }
+  }
+}
+
+}  // namespace
