@@ -42,9 +42,9 @@ struct InAscii {
 
 __m128i Load(const char16_t* units) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(units)); }
 
-// Of a block in which the text ends there may be units that belong to something else, which the address sanitizer would
+// Of a block in which the text ends there may be units that belong to something else, which the sanitizers would
 // not have anybody read.
-__attribute__((no_sanitize("address"))) __m128i LoadAligned(const char16_t* units) {
+__attribute__((no_sanitize("address", "thread"))) __m128i LoadAligned(const char16_t* units) {
   return *reinterpret_cast<const __m128i*>(units);
 }
 
