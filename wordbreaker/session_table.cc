@@ -2,22 +2,7 @@
 
 #include <utility>
 
-#if __has_include(<sys/single_threaded.h>)
-#include <sys/single_threaded.h>
-#define XKRDB_KNOWS_SINGLE_THREADED 1
-#else
-#define XKRDB_KNOWS_SINGLE_THREADED 0
-#endif
-
 namespace wordbreaker {
-
-bool IsSingleThreaded() {
-#if XKRDB_KNOWS_SINGLE_THREADED
-  return __libc_single_threaded != 0;
-#else
-  return false;
-#endif
-}
 
 SessionTable::SessionTable() : slots_(16) {
   Table& table = tables_.emplace_back();

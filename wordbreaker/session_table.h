@@ -5,6 +5,10 @@
 //      slot whose session has been closed, sees by the slot's number that it is not the one it wants.
 #pragma once
 
+#if __has_include(<sys/single_threaded.h>)
+#include <sys/single_threaded.h>
+#endif
+
 #include <atomic>
 #include <cstdint>
 #include <deque>
@@ -17,7 +21,13 @@
 namespace wordbreaker {
 
 // True only while the process has no second thread.
-bool IsSingleThreaded();
+inline bool IsSingleThreaded() {
+#if __has_include(<sys/single_threaded.h>)
+  return __libc_single_threaded != 0;
+#else
+  return false;
+#endif
+}
 
 // Holds a mutex, unless nobody else is there who could want it: that is dearer than the search of a short text. The
 // holder starts no threads.
