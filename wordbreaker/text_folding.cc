@@ -8,9 +8,9 @@
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
+#include <bit>
 #include <memory>
 
 #include "icu_failure.h"
@@ -106,19 +106,40 @@ SimpleFoldings MakeSimpleFoldings() {
   return foldings;
 }
 
-// Folds text until its end or the first character that is not simple, and returns where that is.
-size_t FoldSimple(const SimpleFoldings& foldings, std::u16string_view text, char16_t* folded) {
-  for (size_t place = 0;;) {
-    place += FoldAsciiBlocks(text.substr(place), folded + place);
-    // Across what ended the blocks, and then by blocks again.
-    for (const size_t end = std::min(place + 16, text.size()); place < end; ++place) {
-      const char16_t unit = text[place];
-      const char16_t folding = unit < foldings.size() ? foldings[unit] : u'\0';
-      if (folding == 0) return place;
-      folded[place] = folding;
-    }
-    if (place == text.size()) return place;
+// 0 unless the unit is a simple character.
+char16_t FoldSimple(const SimpleFoldings& foldings, char16_t unit) {
+  return unit < foldings.size() ? foldings[unit] : u'\0';
+}
+
+// Folds text from place to end, or to the first character that is not simple, and returns where that is.
+size_t FoldSimpleUnits(const SimpleFoldings& foldings, std::u16string_view text, size_t place, size_t end,
+                       char16_t* folded) {
+  for (; place < end; ++place) {
+    const char16_t folding = FoldSimple(foldings, text[place]);
+    if (folding == 0) break;
+    folded[place] = folding;
   }
+  return place;
+}
+
+// The same over the whole text, by blocks.
+size_t FoldSimpleText(const SimpleFoldings& foldings, std::u16string_view text, char16_t* folded) {
+  size_t place = 0;
+  for (; place + kBlock <= text.size(); place += kBlock) {
+    uint32_t others = FoldAsciiOfBlock(text.data() + place, folded + place);
+    // Three in a row are another script's, and there are more of them.
+    if ((others & others >> 1 & others >> 2) != 0) {
+      const size_t end = FoldSimpleUnits(foldings, text, place, place + kBlock, folded);
+      if (end < place + kBlock) return end;
+      continue;
+    }
+    for (; others != 0; others &= others - 1) {
+      const size_t other = place + static_cast<size_t>(std::countr_zero(others));
+      folded[other] = FoldSimple(foldings, text[other]);
+      if (folded[other] == 0) return other;
+    }
+  }
+  return FoldSimpleUnits(foldings, text, place, text.size(), folded);
 }
 
 }  // namespace
@@ -144,7 +165,8 @@ bool FoldText(std::u16string_view text, std::u16string& folded) {
   size_t length = 0;
   bool unit_by_unit = true;
   for (size_t position = 0; position < text.size();) {
-    const size_t simple = FoldSimple(kSimple, text.substr(position, folded.size() - length), folded.data() + length);
+    const size_t simple =
+        FoldSimpleText(kSimple, text.substr(position, folded.size() - length), folded.data() + length);
     position += simple;
     length += simple;
     if (position == text.size()) break;

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdint>
 #include <string>
+
+#include "text_folding.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -105,28 +106,33 @@ TextExtent ExtentOf(const char16_t* text) {
   return {static_cast<size_t>(place - text) + rest, ascii};
 }
 
-size_t FoldAsciiBlocks(std::u16string_view text, char16_t* folded) {
+uint32_t FoldAsciiOfBlock(const char16_t* text, char16_t* folded) {
   const __m128i beyond_ascii = _mm_set1_epi16(static_cast<int16_t>(0xFF80));
   const auto lower = [](__m128i units) {
     const __m128i capital = _mm_and_si128(_mm_cmpgt_epi16(units, _mm_set1_epi16(u'A' - 1)),
                                           _mm_cmplt_epi16(units, _mm_set1_epi16(u'Z' + 1)));
     return _mm_or_si128(units, _mm_and_si128(capital, _mm_set1_epi16(kCaseBit)));
   };
-  size_t place = 0;
-  for (; place + 16 <= text.size(); place += 16) {
-    const __m128i first = Load(text.data() + place);
-    const __m128i second = Load(text.data() + place + 8);
-    const __m128i others = _mm_and_si128(_mm_or_si128(first, second), beyond_ascii);
-    if (Bits(_mm_cmpeq_epi16(others, _mm_setzero_si128())) != 0xFFFF) break;
-    Store(folded + place, lower(first));
-    Store(folded + place + 8, lower(second));
-  }
-  return place;
+  const auto ascii = [beyond_ascii](__m128i units) {
+    return _mm_cmpeq_epi16(_mm_and_si128(units, beyond_ascii), _mm_setzero_si128());
+  };
+  const __m128i first = Load(text);
+  const __m128i second = Load(text + 8);
+  Store(folded, lower(first));
+  Store(folded + 8, lower(second));
+  return Bits(_mm_packs_epi16(ascii(first), ascii(second))) ^ 0xFFFF;
 }
 
 #else
 
-size_t FoldAsciiBlocks(std::u16string_view, char16_t*) { return 0; }
+uint32_t FoldAsciiOfBlock(const char16_t* text, char16_t* folded) {
+  uint32_t others = 0;
+  for (size_t i = 0; i < kBlock; ++i) {
+    folded[i] = FoldAscii(text[i]);
+    others |= (text[i] < 0x80 ? 0U : 1U) << i;
+  }
+  return others;
+}
 
 TextExtent ExtentOf(const char16_t* text) {
   unsigned sum = 0;

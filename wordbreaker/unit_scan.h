@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace wordbreaker {
@@ -18,8 +19,11 @@ struct TextExtent {
 // Of a zero-terminated text.
 TextExtent ExtentOf(const char16_t* text);
 
-// Folds text from its beginning for as long as sixteen units are plain ASCII, and returns how many are folded.
-size_t FoldAsciiBlocks(std::u16string_view text, char16_t* folded);
+constexpr size_t kBlock = 16;
+
+// Folds the ASCII characters among the first kBlock units of text. What it writes for the others means nothing; their
+// bits are set in the answer, the first unit's lowest.
+uint32_t FoldAsciiOfBlock(const char16_t* text, char16_t* folded);
 
 // Where a word may begin in a text, by two of its units: those that texts rarely have, so that few places are left to
 // look at. A word of one unit is looked for by that one.

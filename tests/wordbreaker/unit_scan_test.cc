@@ -15,7 +15,7 @@ namespace {
 
 using wordbreaker::ExtentOf;
 using wordbreaker::FoldAscii;
-using wordbreaker::FoldAsciiBlocks;
+using wordbreaker::FoldAsciiOfBlock;
 using wordbreaker::TextExtent;
 using wordbreaker::WordFilter;
 
@@ -52,16 +52,21 @@ TEST(UnitScan, OneUnitOutsideAsciiIsSeenWhereverItStands) {
   }
 }
 
-TEST(UnitScan, BlocksAreFoldedUntilTheFirstUnitOutsideAscii) {
-  std::u16string every;
-  for (char16_t c = 0; c < 0x80; ++c) every += c;
-  for (size_t size = 0; size <= every.size(); ++size) {
-    const std::u16string text = every.substr(every.size() - size) + u"\u0080\u00C0" + every;
-    std::u16string folded(text.size(), u'-');
-    const size_t done = FoldAsciiBlocks(text, folded.data());
-    ASSERT_LE(done, size);
-    for (size_t i = 0; i < text.size(); ++i) {
-      ASSERT_EQ(folded[i], i < done ? FoldAscii(text[i]) : u'-') << "place " << i << " of " << size;
+TEST(UnitScan, ABlocksAsciiIsFoldedAndItsOtherUnitsAreNamed) {
+  for (char16_t unit :
+       {u'\0', u'@', u'A', u'Z', u'[', u'`', u'z', u'\x7F', u'\u0080', u'\u0141', u'\x8041', u'\xFFFF'}) {
+    for (size_t place = 0; place < wordbreaker::kBlock; ++place) {
+      std::u16string text = u"Quiz_09-azAZ[`@{";
+      ASSERT_EQ(text.size(), wordbreaker::kBlock);
+      text[place] = unit;
+      std::u16string folded = text + u'-';
+      const uint32_t others = FoldAsciiOfBlock(text.data(), folded.data());
+      ASSERT_EQ(others, unit < 0x80 ? 0u : 1u << place) << Shown(text);
+      ASSERT_EQ(folded.back(), u'-');
+      for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] >= 0x80) continue;
+        ASSERT_EQ(folded[i], FoldAscii(text[i])) << Shown(text) << " at " << i;
+      }
     }
   }
 }
