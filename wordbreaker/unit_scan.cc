@@ -97,7 +97,13 @@ TextExtent ExtentOf(const char16_t* text) {
     return true;
   };
   // Four blocks a round: the way back is what would take the time.
-  while (goes_on() && goes_on() && goes_on() && goes_on()) {
+  const auto two_go_on = [&] {
+    if (!goes_on()) return false;
+    return goes_on();
+  };
+  for (;;) {
+    if (!two_go_on()) break;
+    if (!two_go_on()) break;
   }
   const auto ascii_bits = [&](__m128i all) { return Bits(_mm_cmpeq_epi16(_mm_and_si128(all, beyond_ascii), zero)); };
   const auto rest = static_cast<size_t>(std::countr_zero(ends)) / 2;
