@@ -4,6 +4,7 @@ option(XKRDB_SANITIZE "Address and undefined behaviour sanitizers" OFF)
 option(XKRDB_COVERAGE "Line coverage" OFF)
 option(XKRDB_TESTS "Build the tests" ON)
 option(XKRDB_FUZZ "Build the fuzzers with libFuzzer; needs clang" OFF)
+option(XKRDB_BENCH "Build the benchmark; needs the stores that it compares with" OFF)
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
