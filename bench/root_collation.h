@@ -5,6 +5,7 @@
 #include <unicode/ucol.h>
 
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 namespace bench {
@@ -26,6 +27,15 @@ class RootCollation {
     UErrorCode status = U_ZERO_ERROR;
     return ucol_strcollUTF8(collator_, a.data(), static_cast<int32_t>(a.size()), b.data(),
                             static_cast<int32_t>(b.size()), &status);
+  }
+
+  // Bytes that compare as the text does.
+  std::string Key(std::u16string_view text) const {
+    const auto length = static_cast<int32_t>(text.size());
+    std::string key(static_cast<size_t>(ucol_getSortKey(collator_, text.data(), length, nullptr, 0)), '\0');
+    ucol_getSortKey(collator_, text.data(), length, reinterpret_cast<uint8_t*>(key.data()),
+                    static_cast<int32_t>(key.size()));
+    return key;
   }
 
  private:
