@@ -107,13 +107,13 @@ std::string TableOf(const Comparison& comparison) {
   const Measurements& full = comparison.full;
   std::string table = FactLines(comparison) + fmt::format("\n{:<38}", "");
   for (const std::string& store : full.stores()) table += fmt::format("{:>11}", store);
-  table += fmt::format("{:>12}{:>14}{:>10}\n", "xkrdb/sqlite", "quartiles", "/limit");
+  table += fmt::format("{:>14}{:>16}{:>10}\n", "xkrdb/sqlite", "quartiles", "/limit");
   for (size_t i = 0; i < kRows.size(); ++i) {
     table += fmt::format("{:<38}", kRows[i].title);
     for (const std::string& store : full.stores())
       table += fmt::format("{:>11}", Figure(Shown(full, store, kRows[i]), 1));
     const std::optional<Spread> to_sqlite = RatioToSqlite(full, i);
-    table += fmt::format("{:>12}{:>14}{:>10}\n", RatioText(to_sqlite), RangeText(to_sqlite),
+    table += fmt::format("{:>14}{:>16}{:>10}\n", RatioText(to_sqlite), RangeText(to_sqlite),
                          RatioText(RatioToLimit(full, i)));
   }
   for (const Amount& amount : kAmounts) {
@@ -121,7 +121,7 @@ std::string TableOf(const Comparison& comparison) {
     for (const std::string& store : full.stores()) {
       table += fmt::format("{:>11}", Figure(full.Of(store, amount.id), amount.divisor));
     }
-    table += fmt::format("{:>12}\n", RatioText(full.Ratio(kOurs, amount.id, kSqlite, amount.id)));
+    table += fmt::format("{:>14}\n", RatioText(full.Ratio(kOurs, amount.id, kSqlite, amount.id)));
   }
   table += fmt::format("\nXKRDB with {} records against {}, times by what they should grow with:\n", comparison.records,
                        comparison.few_records);

@@ -2,11 +2,31 @@
 #include "key_value_store.h"
 
 #include <fmt/format.h>
+#include <strings.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstring>
 #include <stdexcept>
 
 namespace bench {
+
+namespace {
+
+// Whether text holds word, ASCII letters of either case alike. The word is in small letters; a zero follows the text.
+bool Holds(std::string_view text, std::string_view word) {
+  for (const char first : {word[0], static_cast<char>(std::toupper(word[0]))}) {
+    const char* place = text.data();
+    const char* const end = text.data() + text.size();
+    while ((place = static_cast<const char*>(std::memchr(place, first, static_cast<size_t>(end - place)))) != nullptr) {
+      if (strncasecmp(place, word.data(), word.size()) == 0) return true;
+      ++place;
+    }
+  }
+  return false;
+}
+
+}  // namespace
 
 constexpr char kRecord = 'r';
 constexpr char kLogged = 'l';
@@ -118,7 +138,7 @@ void KeyValueStore::FindNumber(const Text&, int32_t value) {
 void KeyValueStore::FindWord(const Text& word) {
   hits_.clear();
   ScanRecords([&](uint32_t id, const PackedRecord& record) {
-    if (strcasestr(record.Text(kNotes).data(), word.bytes.c_str()) != nullptr) hits_.push_back(id);
+    if (Holds(record.Text(kNotes), word.bytes)) hits_.push_back(id);
     return true;
   });
 }

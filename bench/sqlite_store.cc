@@ -14,32 +14,28 @@
 namespace bench {
 namespace {
 
-// One prepared statement.
+// One statement, prepared when it is first used: whoever opens a file and reads does not pay for all the others.
 class Statement {
  public:
-  Statement(sqlite3* database, const char* sql) {
-    if (sqlite3_prepare_v3(database, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement_, nullptr) != SQLITE_OK) {
-      throw std::runtime_error(fmt::format("{}: {}", sql, sqlite3_errmsg(database)));
-    }
-  }
+  Statement(sqlite3* database, const char* sql) : database_(database), sql_(sql) {}
   ~Statement() { sqlite3_finalize(statement_); }
   Statement(const Statement&) = delete;
   Statement& operator=(const Statement&) = delete;
 
   Statement& Bind(int index, const std::string& text) {
-    sqlite3_bind_text(statement_, index, text.data(), static_cast<int>(text.size()), SQLITE_STATIC);
+    sqlite3_bind_text(Prepared(), index, text.data(), static_cast<int>(text.size()), SQLITE_STATIC);
     return *this;
   }
   Statement& Bind(int index, int64_t number) {
-    sqlite3_bind_int64(statement_, index, number);
+    sqlite3_bind_int64(Prepared(), index, number);
     return *this;
   }
   // True while there are rows; after the last one the statement may be used again.
   bool Step() {
-    const int result = sqlite3_step(statement_);
+    const int result = sqlite3_step(Prepared());
     if (result == SQLITE_ROW) return true;
     sqlite3_reset(statement_);
-    if (result != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(sqlite3_db_handle(statement_)));
+    if (result != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(database_));
     return false;
   }
   void Reset() { sqlite3_reset(statement_); }
@@ -53,6 +49,16 @@ class Statement {
   int64_t NumberAt(int column) { return sqlite3_column_int64(statement_, column); }
 
  private:
+  sqlite3_stmt* Prepared() {
+    if (statement_ == nullptr &&
+        sqlite3_prepare_v3(database_, sql_, -1, SQLITE_PREPARE_PERSISTENT, &statement_, nullptr) != SQLITE_OK) {
+      throw std::runtime_error(fmt::format("{}: {}", sql_, sqlite3_errmsg(database_)));
+    }
+    return statement_;
+  }
+
+  sqlite3* database_;
+  const char* sql_;
   sqlite3_stmt* statement_ = nullptr;
 };
 
@@ -82,6 +88,7 @@ struct Statements {
         by_date(d, "SELECT id FROM record ORDER BY date_value, id"),
         find_number(d, "SELECT id FROM record WHERE number_value = ? ORDER BY id"),
         find_text(d, "SELECT id FROM record WHERE notes LIKE ? ORDER BY id"),
+        find_indexed(d, "SELECT rowid FROM words WHERE words MATCH ? ORDER BY rowid"),
         edit(d, "UPDATE record SET city = ? WHERE id = ?"),
         place(d, "INSERT OR REPLACE INTO sorted(position, id) VALUES(?, ?)"),
         log(d, "INSERT INTO deleted SELECT * FROM record WHERE id = ?"),
@@ -89,7 +96,7 @@ struct Statements {
         remove_all(d, "DELETE FROM record"),
         count_log(d, "SELECT count(*) FROM deleted") {}
   Statement begin, commit, insert, read_all, read_one, by_name, by_bytes, by_number, by_date, find_number, find_text,
-      edit, place, log, remove, remove_all, count_log;
+      find_indexed, edit, place, log, remove, remove_all, count_log;
 };
 
 class SqliteStore : public Store {
@@ -103,6 +110,7 @@ class SqliteStore : public Store {
   void Load(const std::string& path, std::span<const Record> records) override { LoadTables(path, records, false); }
   void LoadWithWordIndex(const std::string& path, std::span<const Record> records) override {
     LoadTables(path, records, true);
+    path_with_word_index_ = path;
   }
   void Open(const std::string& path) override;
   void Close() override;
@@ -141,7 +149,8 @@ class SqliteStore : public Store {
 
   sqlite3* database_ = nullptr;
   std::unique_ptr<Statements> statements_;
-  std::unique_ptr<Statement> find_indexed_;  // null without an index of words
+  std::string path_with_word_index_;
+  bool word_index_ = false;
   RootCollation collation_;
   Ids sorted_;
   Ids hits_;
@@ -165,34 +174,34 @@ void SqliteStore::Connect(const std::string& path) {
     throw std::runtime_error("opening: " + path);
   }
   Execute(
-      "PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA cache_size=-65536;"
-      "PRAGMA mmap_size=268435456; PRAGMA temp_store=MEMORY;");
+      "PRAGMA locking_mode=EXCLUSIVE; PRAGMA cache_size=-65536; PRAGMA mmap_size=268435456; PRAGMA temp_store=MEMORY");
   sqlite3_create_collation(database_, "root", SQLITE_UTF8, &collation_, CompareTexts);
 }
 
+// A new file is filled with a rollback journal, in which there is nothing of pages that did not exist: with a write-ahead
+// log everything would be written twice. EXTRA syncs the folder too, without which the commit could be undone.
 void SqliteStore::LoadTables(const std::string& path, std::span<const Record> records, bool with_words) {
   Connect(path);
+  Execute("PRAGMA synchronous=EXTRA");
   Execute("BEGIN");
   Execute(kTables);
   if (with_words) Execute(kWordTables);
   statements_ = std::make_unique<Statements>(database_);
   for (const Record& record : records) Insert(record);
   Execute("COMMIT");
+  statements_.reset();
+  Execute("PRAGMA journal_mode=WAL");
   Close();
 }
 
 void SqliteStore::Open(const std::string& path) {
   Connect(path);
+  Execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL");
   statements_ = std::make_unique<Statements>(database_);
-  Statement words(database_, "SELECT count(*) FROM sqlite_schema WHERE name = 'words'");
-  if (words.Step() && words.NumberAt(0) != 0) {
-    find_indexed_ =
-        std::make_unique<Statement>(database_, "SELECT rowid FROM words WHERE words MATCH ? ORDER BY rowid");
-  }
+  word_index_ = path == path_with_word_index_;
 }
 
 void SqliteStore::Close() {
-  find_indexed_.reset();
   statements_.reset();
   if (sqlite3_close(database_) != SQLITE_OK) throw std::runtime_error("closing");
   database_ = nullptr;
@@ -247,8 +256,8 @@ void SqliteStore::FindNumber(const Text&, int32_t value) {
 }
 
 void SqliteStore::FindWord(const Text& word) {
-  const std::string pattern = find_indexed_ ? word.bytes + "*" : "%" + word.bytes + "%";
-  Collect((find_indexed_ ? *find_indexed_ : statements_->find_text).Bind(1, pattern), hits_);
+  const std::string pattern = word_index_ ? word.bytes + "*" : "%" + word.bytes + "%";
+  Collect((word_index_ ? statements_->find_indexed : statements_->find_text).Bind(1, pattern), hits_);
 }
 
 void SqliteStore::EditFirstOfSorted(const Text& city) {
