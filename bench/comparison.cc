@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "rows.h"
@@ -36,6 +37,25 @@ std::string RangeText(const std::optional<Spread>& ratio) {
 nlohmann::ordered_json SpreadJson(const Spread& spread) {
   return {
       {"median", spread.median}, {"lower_quartile", spread.lower_quartile}, {"upper_quartile", spread.upper_quartile}};
+}
+
+// Columns are the shapes of the volume. The last column holds the greatest of them against the first.
+std::string ObjectStoreTable(const Measurements& measurements) {
+  if (measurements.stores().empty()) return "";
+  std::string table = fmt::format("\n{:<38}", "object store alone, microseconds");
+  for (const std::string& shape : measurements.stores()) table += fmt::format("{:>14}", shape);
+  table += fmt::format("{:>16}\n", "growth at most");
+  for (const auto& [row, title] : kObjectStoreRows) {
+    table += fmt::format("{:<38}", title);
+    double growth = 0;
+    for (const std::string& shape : measurements.stores()) {
+      table += fmt::format("{:>14.2f}", measurements.Of(shape, row)->median);
+      const std::optional<Spread> ratio = measurements.Ratio(shape, row, measurements.stores().front(), row);
+      growth = std::max(growth, ratio->median);
+    }
+    table += fmt::format("{:>16.2f}\n", growth);
+  }
+  return table;
 }
 
 std::string FactLines(const Comparison& comparison) {
@@ -127,7 +147,7 @@ std::string TableOf(const Comparison& comparison) {
                        comparison.few_records);
   for (const Growth& growth : GrowthOf(comparison))
     table += fmt::format("{:<38}{:>11.2f}\n", growth.title, growth.ratio);
-  return table;
+  return table + ObjectStoreTable(comparison.object_store);
 }
 
 nlohmann::ordered_json JsonOf(const Comparison& comparison) {
@@ -144,6 +164,11 @@ nlohmann::ordered_json JsonOf(const Comparison& comparison) {
   }
   json["growth"]["few_records"] = comparison.few_records;
   for (const Growth& growth : GrowthOf(comparison)) json["growth"][growth.title] = growth.ratio;
+  for (const std::string& shape : comparison.object_store.stores()) {
+    for (const auto& [row, title] : kObjectStoreRows) {
+      json["object_store"][shape][row] = SpreadJson(*comparison.object_store.Of(shape, row));
+    }
+  }
   return json;
 }
 

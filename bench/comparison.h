@@ -16,6 +16,8 @@ struct Comparison {
   size_t few_records = 0;
   Measurements full;  // every store with all records
   Measurements few;   // XKRDB alone with few
+  // The object store alone: one database of so many records; ten of them; one that holds as many as the ten.
+  Measurements object_store;
 };
 
 // One line of the growth of XKRDB: how a time, by what it should grow with, differs between many and few records.

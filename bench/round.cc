@@ -280,10 +280,12 @@ std::string Round::DigestOfAll() {
 }
 
 std::string Round::DigestOfHits() {
+  const uint64_t seen_before = views_.seen();
   Digest digest;
   views_.set_digest(&digest);
   store_.ReadHits(views_);
   views_.set_digest(nullptr);
+  if (views_.seen() == seen_before) throw std::runtime_error("a search found nothing");
   return digest.Hex();
 }
 

@@ -32,6 +32,20 @@ inline constexpr std::array kRows = {
     Row{"delete_all", "delete all"},
 };
 
+struct ObjectStoreRow {
+  const char* id;
+  const char* title;
+};
+
+inline constexpr std::array kObjectStoreRows = {
+    ObjectStoreRow{"open", "mount, open, read the first 10"},
+    ObjectStoreRow{"load_per_record", "load, per record"},
+    ObjectStoreRow{"read_all_first_per_record", "read all the first time, per record"},
+    ObjectStoreRow{"read_all_per_record", "read all, per record"},
+    ObjectStoreRow{"add", "durable add"},
+    ObjectStoreRow{"edit", "durable edit"},
+};
+
 struct Amount {
   const char* id;
   const char* title;
