@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "measured_store.h"
 #include "packed_record.h"
 #include "root_collation.h"
-#include "store.h"
 
 namespace bench {
 

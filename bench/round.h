@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "measured_store.h"
 #include "round_report.h"
-#include "store.h"
 
 namespace bench {
 

@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "measured_store.h"
 #include "root_collation.h"
-#include "store.h"
 
 namespace bench {
 namespace {

@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "mdb.h"
-#include "store.h"
+#include "measured_store.h"
 
 namespace bench {
 namespace {
