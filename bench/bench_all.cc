@@ -77,7 +77,7 @@ bench::Comparison Measure(const Options& options) {
   constexpr size_t kFewest = 100;
   bench::Comparison result;
   result.machine = bench::MachineFacts(options.folder);
-  result.machine["scheduling"] = options.real_time ? "real time" : "as any program";
+  result.machine.emplace_back("scheduling", options.real_time ? "real time" : "as any program");
   result.rounds = options.rounds;
   result.records = options.records;
   result.few_records = std::max(options.records / 10, kFewest);

@@ -61,9 +61,7 @@ std::string ObjectStoreTable(const Measurements& measurements) {
 std::string FactLines(const Comparison& comparison) {
   std::string lines =
       fmt::format("{} records of 8 fields, {} rounds; microseconds, medians\n", comparison.records, comparison.rounds);
-  for (const auto& [name, fact] : comparison.machine.items()) {
-    lines += fmt::format("{}: {}\n", name, fact.is_string() ? fact.get<std::string>() : fact.dump());
-  }
+  for (const auto& [name, fact] : comparison.machine) lines += fmt::format("{}: {}\n", name, fact);
   for (const std::string& store : comparison.full.stores()) {
     lines += fmt::format("{}: {}\n", store, comparison.full.version(store));
   }
@@ -152,8 +150,10 @@ std::string TableOf(const Comparison& comparison) {
 
 nlohmann::ordered_json JsonOf(const Comparison& comparison) {
   const Measurements& full = comparison.full;
-  nlohmann::ordered_json json = {
-      {"machine", comparison.machine}, {"rounds", comparison.rounds}, {"records", comparison.records}};
+  nlohmann::ordered_json json;
+  for (const auto& [name, fact] : comparison.machine) json["machine"][name] = fact;
+  json["rounds"] = comparison.rounds;
+  json["records"] = comparison.records;
   for (const std::string& store : full.stores()) json["stores"][store] = full.version(store);
   for (size_t i = 0; i < kRows.size(); ++i) json["rows"].push_back(RowJson(full, i));
   for (const Amount& amount : kAmounts) {

@@ -5,12 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "machine_facts.h"
 #include "measurements.h"
 
 namespace bench {
 
 struct Comparison {
-  nlohmann::ordered_json machine;
+  Facts machine;
   size_t rounds = 0;
   size_t records = 0;
   size_t few_records = 0;

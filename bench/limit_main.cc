@@ -128,6 +128,7 @@ class Limit {
 
 Limit::Limit(std::vector<Record> table, const std::string& folder, RoundReport& report)
     : table_(std::move(table)), path_(folder + "/limit"), report_(report) {
+  begins_.reserve(table_.size());
   for (const Record& record : table_) {
     begins_.push_back(packed_.size());
     packed_ += PackedRecord::Pack(record);
@@ -257,6 +258,7 @@ void Limit::ScanNotes() {
 
 void Limit::Searches() {
   std::vector<int32_t> numbers;
+  numbers.reserve(table_.size());
   for (const Record& record : table_) numbers.push_back(record.number);
   TimeRepeats("query_number", [&] {
     hits_.clear();

@@ -51,9 +51,9 @@ std::string FileSystemOf(const std::string& path) {
   return kind;
 }
 
-nlohmann::ordered_json MachineFacts(const std::string& folder) {
+Facts MachineFacts(const std::string& folder) {
   return {{"cpu", CpuName()},
-          {"cores", sysconf(_SC_NPROCESSORS_ONLN)},
+          {"cores", std::to_string(sysconf(_SC_NPROCESSORS_ONLN))},
           {"kernel", Kernel()},
           {"file_system", FileSystemOf(folder)},
           {"compiler", "gcc " __VERSION__}};

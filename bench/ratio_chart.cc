@@ -133,7 +133,7 @@ std::string ChartOf(const Comparison& comparison) {
   }
   chart += TextAt(12, height - 10, "note", "start",
                   fmt::format("{} records, medians of {} rounds, quartiles as thin lines; {}", comparison.records,
-                              comparison.rounds, comparison.machine.at("cpu").get<std::string>()));
+                              comparison.rounds, comparison.machine.at(0).second));
   return chart + "</svg>\n";
 }
 
