@@ -22,13 +22,6 @@ std::string Rows(int count) {
   return csv;
 }
 
-// What stands in a file as UTF-16.
-std::string Wide(const std::string& text) {
-  std::string bytes;
-  for (const char character : text) bytes += {character, '\0'};
-  return bytes;
-}
-
 class Repair : public ToolTest {
  protected:
   void SetUp() override {
@@ -40,7 +33,7 @@ class Repair : public ToolTest {
   // A copy in which the text stands no more.
   std::string Without(const std::string& text) const {
     std::string bytes = sound_;
-    const size_t at = bytes.find(Wide(text));
+    const size_t at = bytes.find(text);
     EXPECT_NE(at, std::string::npos) << text;
     bytes[at] = static_cast<char>(bytes[at] ^ 1);
     return bytes;
