@@ -139,8 +139,8 @@ Limit::Limit(std::vector<Record> table, const std::string& folder, RoundReport& 
 }
 
 void Limit::TimeRepeats(const char* row, const std::function<void()>& work) {
-  std::vector<double> times;
-  for (int i = 0; i < kRepeats; ++i) times.push_back(MicrosecondsOf(work));
+  std::vector<double> times(kRepeats);
+  for (double& time : times) time = MicrosecondsOf(work);
   report_.AddRepeats(row, times, "");
 }
 
