@@ -10,7 +10,7 @@ namespace mdb {
 void CopyWideTruncated(uint32_t size_bytes, const MDbChar* source, MDbChar* destination) {
   const int32_t room = static_cast<int32_t>(size_bytes / 2) - 1;
   const int32_t count = std::min(static_cast<int32_t>(wcslen(source)), room);
-  for (int32_t i = 0; i < count; ++i) destination[i] = source[i];
+  if (count > 0) std::copy_n(source, count, destination);
   destination[count] = 0;
 }
 

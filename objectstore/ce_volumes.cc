@@ -6,15 +6,6 @@ using objectstore::Report;
 using objectstore::Status;
 using objectstore::Store;
 
-namespace objectstore {
-
-SharedStore& SharedStore::Get() {
-  static SharedStore* shared = new SharedStore();
-  return *shared;
-}
-
-}  // namespace objectstore
-
 // A successful mount tells by its last error whether the volume was there before.
 BOOL CeMountDBVol(CEGUID* guid, const WCHAR* path, DWORD disposition) {
   bool existed = false;

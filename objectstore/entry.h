@@ -14,7 +14,10 @@ namespace objectstore {
 struct SharedStore {
   std::mutex lock;
   Store store;
-  static SharedStore& Get();
+  static SharedStore& Get() {
+    static SharedStore* const shared = new SharedStore();
+    return *shared;
+  }
 };
 
 // Holds the lock for a scope, if there is another thread that it could keep out. No call starts a thread, so that the

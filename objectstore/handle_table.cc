@@ -14,9 +14,6 @@ constexpr size_t kMostPlaces = 0xFFFF;  // so that no number is 0xFFFFFFFF
 // Closed places rest until there are so many of them.
 constexpr size_t kRestingPlaces = 16;
 
-size_t IndexOf(HANDLE handle) { return handle & 0xFFFF; }
-uint16_t GenerationOf(HANDLE handle) { return static_cast<uint16_t>(handle >> 16); }
-
 }  // namespace
 
 HANDLE HandleTable::Add(std::unique_ptr<OpenDatabase> database) {
@@ -30,11 +27,6 @@ HANDLE HandleTable::Add(std::unique_ptr<Enumeration> enumeration) {
   const size_t index = FreePlace();
   places_[index].enumeration = std::move(enumeration);
   return Occupy(index, Use::kEnumeration);
-}
-
-OpenDatabase* HandleTable::FindDatabase(HANDLE handle) const {
-  const Place* place = Find(handle);
-  return place != nullptr ? place->database.get() : nullptr;
 }
 
 Enumeration* HandleTable::FindEnumeration(HANDLE handle) const {
@@ -94,14 +86,6 @@ HANDLE HandleTable::Occupy(size_t index, Use use) {
   if (++place.generation == 0) place.generation = 1;
   place.use = use;
   return static_cast<HANDLE>(uint32_t{place.generation} << 16 | static_cast<uint32_t>(index));
-}
-
-// The place of this number, in use or just taken away.
-const HandleTable::Place* HandleTable::Find(HANDLE handle) const {
-  const size_t index = IndexOf(handle);
-  if (index >= places_.size()) return nullptr;
-  const Place& place = places_[index];
-  return place.use != Use::kFree && place.generation == GenerationOf(handle) ? &place : nullptr;
 }
 
 void HandleTable::Empty(size_t index, Use use) {

@@ -27,7 +27,10 @@ class HandleTable {
   HANDLE Add(std::unique_ptr<Enumeration> enumeration);
 
   // Null when the number is not such a handle.
-  OpenDatabase* FindDatabase(HANDLE handle) const;
+  OpenDatabase* FindDatabase(HANDLE handle) const {
+    const Place* place = Find(handle);
+    return place != nullptr ? place->database.get() : nullptr;
+  }
   Enumeration* FindEnumeration(HANDLE handle) const;
 
   // The handle was taken away together with its volume.
@@ -50,7 +53,16 @@ class HandleTable {
 
   size_t FreePlace();
   HANDLE Occupy(size_t index, Use use);
-  const Place* Find(HANDLE handle) const;
+  static size_t IndexOf(HANDLE handle) { return handle & 0xFFFF; }
+  static uint16_t GenerationOf(HANDLE handle) { return static_cast<uint16_t>(handle >> 16); }
+
+  // The place of this number, in use or just taken away.
+  const Place* Find(HANDLE handle) const {
+    const size_t index = IndexOf(handle);
+    if (index >= places_.size()) return nullptr;
+    const Place& place = places_[index];
+    return place.use != Use::kFree && place.generation == GenerationOf(handle) ? &place : nullptr;
+  }
   void Empty(size_t index, Use use);
 
   std::vector<Place> places_;

@@ -21,7 +21,7 @@ void OpenDatabase::Join() {
 
 OpenDatabase::~OpenDatabase() { std::erase(database_.handles(), this); }
 
-Status OpenDatabase::Complete() { return database_.loaded() ? Status::kOk : volume_.Load(database_); }
+Status OpenDatabase::LoadRest() { return volume_.Load(database_); }
 
 Status OpenDatabase::Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index) {
   const auto signed_count = static_cast<int32_t>(static_cast<uint32_t>(value));
@@ -54,13 +54,6 @@ Status OpenDatabase::Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* inde
   return Status::kOk;
 }
 
-Status OpenDatabase::Current(const Record*& record) const {
-  if (state_ == State::kAtEnd) return Status::kNoMoreItems;
-  if (state_ == State::kInGap) return Status::kKeyDeleted;
-  record = generation_ == database_.generation() ? At(position_) : database_.Find(oid_);
-  return Status::kOk;
-}
-
 void OpenDatabase::StepAfterRead() {
   if (!auto_increment_) return;
   if (MoveTo(static_cast<int64_t>(Position()) + 1) == Status::kOk) automatic_ = true;
@@ -75,15 +68,6 @@ void OpenDatabase::RecordRemoved(const RecordRef& record, bool through_this_hand
   }
   state_ = State::kInGap;
   gap_ = record;
-}
-
-const SortOrder& OpenDatabase::SettledOrder() const {
-  order_->Settle(database_.records());
-  return *order_;
-}
-
-Record* OpenDatabase::At(size_t position) const {
-  return order_ != nullptr && database_.loaded() ? SettledOrder().At(position) : database_.records()[position].get();
 }
 
 size_t OpenDatabase::PositionOf(const Record& record) const {
@@ -110,14 +94,15 @@ void OpenDatabase::MoveToEnd() {
   state_ = State::kAtEnd;
   automatic_ = false;
   oid_ = 0;
-  gap_ = RecordRef();
+  if (gap_) gap_ = RecordRef();
 }
 
 void OpenDatabase::MoveToRecord(CEOID oid) {
-  MoveToEnd();
   state_ = State::kAtRecord;
+  automatic_ = false;
   oid_ = oid;
   generation_ = 0;
+  if (gap_) gap_ = RecordRef();
 }
 
 Status OpenDatabase::MoveTo(int64_t position) {
@@ -150,14 +135,24 @@ Status OpenDatabase::SeekFromCurrent(int32_t steps) {
   return MoveTo(steps > 0 ? successor - 1 + steps : successor + steps);
 }
 
+Status OpenDatabase::KeyOfClient(const CEPROPVAL& value, SortKey& key) {
+  if (!IsText(value.propid)) {
+    key = order_->KeyOfNumber(NumberOf(value));
+    return Status::kOk;
+  }
+  Value measured;
+  STORE_TRY(Measure(value, measured));
+  key = order_->KeyOfValue(measured, scratch_);
+  return Status::kOk;
+}
+
 // The policy of the value seeks. Greater is the first record that does not sort before the value; smaller is the last
 // one that does: both look at the whole order, wherever the pointer stands, and follow the order's direction.
 Status OpenDatabase::SeekValue(DWORD type, const CEPROPVAL* value) {
   if (value == nullptr || order_ == nullptr || value->propid != order_->spec().propid) return Status::kInvalidParameter;
-  Value measured;
-  STORE_TRY(Measure(*value, measured));
   const SortOrder& order = SettledOrder();
-  const SortKey key = order.KeyOfValue(measured, scratch_);
+  SortKey key;
+  STORE_TRY(KeyOfClient(*value, key));
   if (type == CEDB_SEEK_VALUENEXTEQUAL) {
     const int64_t next = SuccessorPosition();
     return MoveTo(order.HoldsEqual(static_cast<size_t>(next), key) ? next : -1);

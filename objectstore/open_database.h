@@ -29,17 +29,26 @@ class OpenDatabase {
   const SortOrder* order() const { return order_; }
 
   // Sees to it that all records are there, not only the first ones. On failure nothing has changed.
-  Status Complete();
+  Status Complete() { return database_.loaded() ? Status::kOk : LoadRest(); }
 
   // On failure the pointer stands at the end, except when a parameter was wrong or records could not be read: then it
   // has not moved.
   Status Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index);
 
   // The record under the pointer.
-  Status Current(const Record*& record) const;
+  Status Current(const Record*& record) const {
+    if (state_ == State::kAtEnd) return Status::kNoMoreItems;
+    if (state_ == State::kInGap) return Status::kKeyDeleted;
+    record = generation_ == database_.generation() ? At(position_) : database_.Find(oid_);
+    return Status::kOk;
+  }
 
   // With automatic increment, moves the pointer on. Called after each read that has visited the record.
   void StepAfterRead();
+
+  // Where the property stood that the last read asked for first. Records of a database are mostly alike, so that it is
+  // there again.
+  size_t property_hint = 0;
 
   // Room for a record's values while it is written; what was in it is gone.
   std::vector<Value>& EmptyValues() {
@@ -54,8 +63,14 @@ class OpenDatabase {
   enum class State { kAtRecord, kInGap, kAtEnd };
 
   size_t count() const { return database_.description().record_count; }
-  const SortOrder& SettledOrder() const;
-  Record* At(size_t position) const;
+  Status LoadRest();
+  const SortOrder& SettledOrder() const {
+    order_->Settle(database_.records());
+    return *order_;
+  }
+  Record* At(size_t position) const {
+    return order_ != nullptr && database_.loaded() ? SettledOrder().At(position) : database_.records()[position].get();
+  }
   size_t PositionOf(const Record& record) const;
   size_t Position();
   int64_t SuccessorPosition();
@@ -66,6 +81,7 @@ class OpenDatabase {
 
   Status SeekIdentifier(CEOID oid);
   Status SeekFromCurrent(int32_t steps);
+  Status KeyOfClient(const CEPROPVAL& value, SortKey& key);
   Status SeekValue(DWORD type, const CEPROPVAL* value);
 
   Volume& volume_;

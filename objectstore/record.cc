@@ -79,36 +79,6 @@ void Record::Fill(std::span<const Value> values, Property* properties) {
   }
 }
 
-Value Record::At(size_t index) const {
-  const Property& property = Properties()[index];
-  Value value;
-  value.id = property.id;
-  if (property.form == Form::kNumber) {
-    value.number = property.value;
-    return value;
-  }
-  const uint8_t* bytes = Bytes() + property.value;
-  if (property.form == Form::kLongNumber) {
-    std::memcpy(&value.number, bytes, sizeof value.number);
-    return value;
-  }
-  value.length = property.length;
-  value.narrow = property.form == Form::kNarrowText;
-  value.bytes = bytes;
-  return value;
-}
-
-size_t Record::IndexOf(CEPROPID id, size_t hint) const {
-  const Property* properties = Properties();
-  for (size_t i = hint; i < property_count_; ++i) {
-    if (properties[i].id == id) return i;
-  }
-  for (size_t i = 0; i < hint && i < property_count_; ++i) {
-    if (properties[i].id == id) return i;
-  }
-  return kNowhere;
-}
-
 bool Record::SameAt(size_t index, const Record& other) const {
   const Property& own = Properties()[index];
   const Property& others = other.Properties()[index];

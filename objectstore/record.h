@@ -7,6 +7,7 @@
 #pragma once
 
 #include <array>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <utility>
@@ -44,12 +45,51 @@ class Record {
   // Properties stand in the order in which they were first written.
   size_t property_count() const { return property_count_; }
   CEPROPID IdAt(size_t index) const { return Properties()[index].id; }
-  Value At(size_t index) const;
+  Value At(size_t index) const {
+    const Property& property = Properties()[index];
+    Value value;
+    value.id = property.id;
+    if (property.form == Form::kNumber) {
+      value.number = property.value;
+      return value;
+    }
+    value.bytes = Bytes() + property.value;
+    if (property.form == Form::kLongNumber) {
+      std::memcpy(&value.number, value.bytes, sizeof value.number);
+      return value;
+    }
+    value.length = property.length;
+    value.narrow = property.form == Form::kNarrowText;
+    return value;
+  }
+
+  // What the value adds to a client's block that is so many bytes long.
+  size_t BlockBytesBehind(size_t block_bytes, size_t index) const {
+    const Property& property = Properties()[index];
+    switch (property.form) {
+      case Form::kNarrowText:
+      case Form::kWideText:
+        return AlignUp(block_bytes, alignof(WCHAR)) + (size_t{property.length} + 1) * sizeof(WCHAR);
+      case Form::kBlob:
+        return AlignUp(block_bytes, kBlobAlignment) + property.length;
+      default:
+        return block_bytes;
+    }
+  }
 
   // Where a property stands; kNowhere when the record has none such. Looking begins at the hint, so that whoever asks for
   // one after the other finds each at once.
   static constexpr size_t kNowhere = ~size_t{0};
-  size_t IndexOf(CEPROPID id, size_t hint = 0) const;
+  size_t IndexOf(CEPROPID id, size_t hint = 0) const {
+    const Property* const properties = Properties();
+    for (size_t i = hint; i < property_count_; ++i) {
+      if (properties[i].id == id) return i;
+    }
+    for (size_t i = 0; i < hint && i < property_count_; ++i) {
+      if (properties[i].id == id) return i;
+    }
+    return kNowhere;
+  }
   bool Has(CEPROPID id) const { return IndexOf(id) != kNowhere; }
 
   // Of a property that is a number of four bytes.

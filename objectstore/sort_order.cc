@@ -87,9 +87,7 @@ void SortOrder::Build(std::span<const RecordRef> records) {
   put_off_ = false;
 }
 
-void SortOrder::Settle(std::span<const RecordRef> records) {
-  moves_since_asked_ = 0;
-  if (!put_off_) return;
+void SortOrder::CatchUp(std::span<const RecordRef> records) {
   Fill(records, present_, absent_);
   by_identifier_ = absent_.empty() && AscendByIdentifier(present_);
   put_off_ = false;
@@ -134,12 +132,6 @@ bool SortOrder::HasEqualKeys() const {
     if (Compare(present_[i - 1], {entry.lead, entry.record->text_keys[slot_].get()}) == 0) return true;
   }
   return false;
-}
-
-Record* SortOrder::At(size_t position) const {
-  const size_t begin = present_begin();
-  if (position >= begin && position - begin < present_.size()) return present_[position - begin].record;
-  return absent_[position < begin ? position : position - present_.size()];
 }
 
 size_t SortOrder::PositionOf(const Record& record) const {

@@ -40,12 +40,19 @@ class SortOrder {
   bool HasAbsent() const { return !absent_.empty(); }
 
   // Catches up with changes that were put off. Comes before every question below and needs no memory.
-  void Settle(std::span<const RecordRef> records);
+  void Settle(std::span<const RecordRef> records) {
+    moves_since_asked_ = 0;
+    if (put_off_) CatchUp(records);
+  }
 
   // Every record has the property, and the order is that of the identifiers. False also while that is not known.
   bool GoesByIdentifier() const { return by_identifier_ && !put_off_; }
 
-  Record* At(size_t position) const;
+  Record* At(size_t position) const {
+    const size_t begin = present_begin();
+    if (position >= begin && position - begin < present_.size()) return present_[position - begin].record;
+    return absent_[position < begin ? position : position - present_.size()];
+  }
 
   // Where the record stands, or would stand: the number of records before it. Its key must have been prepared.
   size_t PositionOf(const Record& record) const;
@@ -63,6 +70,7 @@ class SortOrder {
 
   // The records whose keys equal, or do not sort before, the key of a value; positions within the whole order.
   SortKey KeyOfValue(const Value& value, std::vector<uint8_t>& scratch) const;
+  SortKey KeyOfNumber(uint64_t number) const { return {LeadOfNumber(number), nullptr}; }
   size_t FirstNotBefore(const SortKey& key) const;
   bool HoldsEqual(size_t position, const SortKey& key) const;
 
@@ -81,6 +89,7 @@ class SortOrder {
   bool SortsText() const { return IsText(spec_.propid); }
   void Fill(std::span<const RecordRef> records, std::vector<Entry>& present, std::vector<Record*>& absent) const;
   static bool AscendByIdentifier(std::span<const Entry> entries);
+  void CatchUp(std::span<const RecordRef> records);
   bool PutOff();
   uint64_t LeadOfText(const uint8_t* key) const;
   uint64_t LeadOfNumber(uint64_t number) const;

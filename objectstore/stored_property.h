@@ -2,7 +2,9 @@
 // store, and how values are packed into a client's block.
 #pragma once
 
+#include <bit>
 #include <cstddef>
+#include <cstring>
 
 #include "object_store.h"
 #include "status.h"
@@ -52,6 +54,38 @@ struct Value {
 
 Value NumberValue(CEPROPID id, uint64_t number);
 
+// Of a client's number: its bytes as an unsigned number, from the member that the type says.
+inline uint64_t NumberOf(const CEPROPVAL& given) {
+  switch (TypeOf(given.propid)) {
+    case CEVT_I2:
+    case CEVT_UI2:
+      return given.val.uiVal;
+    case CEVT_R8:
+      return std::bit_cast<uint64_t>(given.val.dblVal);
+    case CEVT_FILETIME:
+      return uint64_t{given.val.filetime.dwHighDateTime} << 32 | given.val.filetime.dwLowDateTime;
+    default:
+      return given.val.ulVal;
+  }
+}
+
+inline void SetNumber(uint64_t number, CEPROPVAL& value) {
+  switch (TypeOf(value.propid)) {
+    case CEVT_I2:
+    case CEVT_UI2:
+      value.val.uiVal = static_cast<WORD>(number);
+      return;
+    case CEVT_R8:
+      value.val.dblVal = std::bit_cast<double>(number);
+      return;
+    case CEVT_FILETIME:
+      value.val.filetime = {static_cast<DWORD>(number), static_cast<DWORD>(number >> 32)};
+      return;
+    default:
+      value.val.ulVal = static_cast<DWORD>(number);
+  }
+}
+
 // A client's value as the store sees it. One that may not be stored (unknown type, null pointer, over-long) is an
 // invalid parameter. The pointers stay the client's.
 Status Measure(const CEPROPVAL& given, Value& measured);
@@ -62,31 +96,40 @@ constexpr size_t PayloadBytes(CEPROPID id, size_t length) {
   return IsBlob(id) ? length : FixedWidth(id);
 }
 
-// The size of a block that holds count properties and their payloads: the array first, then each text on a 2-byte
-// boundary with its terminator and each blob on a 4-byte boundary, in array order. The block ends with the last payload:
-// a client takes the array off the size to learn how long a single text is.
-class BlockSize {
- public:
-  explicit BlockSize(size_t count) : bytes_(count * sizeof(CEPROPVAL)) {}
-  void Add(const Value& value);
-  size_t bytes() const { return bytes_; }
-
- private:
-  size_t bytes_;
-};
+// A client's block holds so many properties and their payloads: the array first, then each text on a 2-byte boundary with
+// its terminator and each blob on a 4-byte boundary, in array order. The block ends with the last payload: a client takes
+// the array off the size to learn how long a single text is.
+inline constexpr size_t kBlobAlignment = 4;
+constexpr size_t AlignUp(size_t offset, size_t alignment) { return (offset + alignment - 1) & ~(alignment - 1); }
 
 // Fills such a block, which need not be aligned. The pointers it writes point into the block.
 class BlockWriter {
  public:
   BlockWriter(BYTE* block, size_t count) : block_(block), tail_(count * sizeof(CEPROPVAL)) {}
-  void Add(const Value& value);
+  void Add(const Value& value) {
+    CEPROPVAL property{};
+    property.propid = value.id;
+    if (IsText(value.id)) {
+      property.val.lpwstr = reinterpret_cast<WCHAR*>(AddText(value));
+    } else if (IsBlob(value.id)) {
+      property.val.blob = {value.length, AddBlob(value)};
+    } else {
+      SetNumber(value.number, property);
+    }
+    Put(property);
+  }
 
   // The place of a property that the record does not have.
   void AddAbsent(CEPROPID id);
 
  private:
+  BYTE* AddText(const Value& value);
+  BYTE* AddBlob(const Value& value);
   void AlignTail(size_t alignment);
-  void Put(const CEPROPVAL& value);
+  void Put(const CEPROPVAL& value) {
+    std::memcpy(block_ + next_, &value, sizeof value);
+    next_ += sizeof value;
+  }
 
   BYTE* block_;
   size_t next_ = 0;

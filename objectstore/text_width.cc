@@ -8,23 +8,31 @@ namespace objectstore {
 
 namespace {
 
-constexpr size_t kStep = 16;
-
 WCHAR UnitAt(const uint8_t* wide, size_t index) {
   return static_cast<WCHAR>(wide[2 * index] | wide[2 * index + 1] << 8);
 }
 
+template <size_t kUnits>
+void WidenStep(const uint8_t* narrow, uint8_t* to) {
+  WCHAR step[kUnits];
+  for (size_t i = 0; i < kUnits; ++i) step[i] = narrow[i];
+  std::memcpy(to, step, sizeof step);
+}
+
+// What does not fill a last step is taken together with units of the step before it.
+template <size_t kUnits>
+void WidenBySteps(const uint8_t* narrow, size_t units, uint8_t* to) {
+  for (size_t done = 0; done + kUnits < units; done += kUnits) {
+    WidenStep<kUnits>(narrow + done, to + done * sizeof(WCHAR));
+  }
+  WidenStep<kUnits>(narrow + units - kUnits, to + (units - kUnits) * sizeof(WCHAR));
+}
+
 void Widen(const uint8_t* narrow, size_t units, uint8_t* to) {
-  size_t done = 0;
-  for (; done + kStep <= units; done += kStep) {
-    WCHAR step[kStep];
-    for (size_t i = 0; i < kStep; ++i) step[i] = narrow[done + i];
-    std::memcpy(to + done * sizeof(WCHAR), step, sizeof step);
-  }
-  for (; done < units; ++done) {
-    const WCHAR unit = narrow[done];
-    std::memcpy(to + done * sizeof(WCHAR), &unit, sizeof unit);
-  }
+  if (units >= 16) return WidenBySteps<16>(narrow, units, to);
+  if (units >= 8) return WidenBySteps<8>(narrow, units, to);
+  if (units >= 4) return WidenBySteps<4>(narrow, units, to);
+  for (size_t i = 0; i < units; ++i) WidenStep<1>(narrow + i, to + i * sizeof(WCHAR));
 }
 
 }  // namespace
@@ -75,6 +83,7 @@ void StoreUnits(const WCHAR* text, size_t units, bool narrow, uint8_t* to) {
     }
     return;
   }
+  constexpr size_t kStep = 16;
   for (; done + kStep <= units; done += kStep) {
     for (size_t i = 0; i < kStep; ++i) to[done + i] = static_cast<uint8_t>(text[done + i]);
   }

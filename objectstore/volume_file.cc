@@ -23,8 +23,8 @@ constexpr const char* kQueries[] = {
     sql::kBegin,      sql::kCommit,          sql::kRollback,
 };
 
-// Beyond this many pages the side file is taken up into the main file.
-constexpr int kLongSideFilePages = 1000;
+// Beyond this many pages the side file is taken up into the main file: before it has to grow past its usual size.
+constexpr int kLongSideFilePages = 240;
 
 // Whether a file may be made this long without anybody missing the room: this is for speed, and must not take the last
 // blocks of a disk nor have the process ended for its files' size.

@@ -20,13 +20,18 @@ MDbStatus ReadValueFormat(MDbEnv* env, ValueFormat* format) {
   return MDbStatusOk;
 }
 
+// Most units of most numbers are digits: they are told without a call.
+static bool IsDigit(MDbChar unit) {
+  return (unit >= '0' && unit <= '9') || (unit >= 0x80 && iswctype(unit, kWideDigit));
+}
+
 void ExtractNumberText(const MDbChar* text, MDbChar (&number)[kNumberTextLength + 1]) {
   bool digit_seen = false;
   bool minus_seen = false;
   int length = 0;
   int digits = 0;  // kept, leading zeros aside
   for (; *text != 0; ++text) {
-    if (iswctype(*text, kWideDigit)) {
+    if (IsDigit(*text)) {
       const bool leading_zero = digits == 0 && *text == '0';
       digit_seen = true;
       if (leading_zero || length == kNumberTextLength) continue;

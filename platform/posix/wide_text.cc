@@ -7,8 +7,13 @@
 #include <locale.h>
 #include <wctype.h>
 
+#include <bit>
 #include <cstdarg>
 #include <limits>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -56,11 +61,34 @@ WCHAR* WriteDecimal(WCHAR* to, int32_t number) {
 
 }  // namespace
 
+#if defined(__SSE2__)
+
+// Eight units at a time, in aligned blocks: these never leave the page of the unit that ends the text, but may reach
+// beyond the text, which the sanitizers would not have anybody read. A text at an odd address is never aligned.
+__attribute__((no_sanitize("address", "thread"))) size_t wcslen(const WCHAR* text) {
+  const WCHAR* place = text;
+  for (; reinterpret_cast<uintptr_t>(place) % sizeof(__m128i) != 0; ++place) {
+    if (*place == 0) return static_cast<size_t>(place - text);
+  }
+  for (;; place += sizeof(__m128i) / sizeof(WCHAR)) {
+    const __m128i units = *reinterpret_cast<const __m128i*>(place);
+    const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi16(units, _mm_setzero_si128()));
+    if (zeros != 0) {
+      return static_cast<size_t>(place - text) +
+             static_cast<size_t>(std::countr_zero(static_cast<unsigned>(zeros))) / 2;
+    }
+  }
+}
+
+#else
+
 size_t wcslen(const WCHAR* text) {
   const WCHAR* end = text;
   while (*end != 0) ++end;
   return static_cast<size_t>(end - text);
 }
+
+#endif
 
 WCHAR* wcscpy(WCHAR* to, const WCHAR* from) {
   WCHAR* next = to;
