@@ -110,6 +110,21 @@ Status DecodePacked(const Bytes& body, int64_t key, Bytes& again) {
   return status;
 }
 
+Status DecodeBlock(const Bytes& body, int64_t key, Bytes& again) {
+  objectstore::RecordBlock block;
+  const Status status = objectstore::DecodeBlock(body, key, block);
+  if (status != Status::kOk) return status;
+  objectstore::RecordBlock copy;
+  copy.flush = block.flush;
+  std::vector<objectstore::Value> values;
+  for (size_t i = 0; i < block.oids.size(); ++i) {
+    FUZZ_REQUIRE(copy.Append(*block.RecordAt(i, values, nullptr)), "a block's records make a block");
+  }
+  BodyWriter writer;
+  again = Copy(objectstore::EncodeBlock(copy, key, writer));
+  return status;
+}
+
 Status Decode(BodyKind kind, const Bytes& body, int64_t key, Bytes& again) {
   switch (kind) {
     case BodyKind::kRecord:
@@ -120,6 +135,8 @@ Status Decode(BodyKind kind, const Bytes& body, int64_t key, Bytes& again) {
       return DecodeVolume(body, again);
     case BodyKind::kPacked:
       return DecodePacked(body, key, again);
+    case BodyKind::kBlock:
+      return DecodeBlock(body, key, again);
   }
   return Status::kInvalidParameter;
 }
@@ -129,11 +146,12 @@ Status Decode(BodyKind kind, const Bytes& body, int64_t key, Bytes& again) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;
   constexpr BodyKind kKinds[] = {BodyKind::kRecord, BodyKind::kDatabase, BodyKind::kVolume, BodyKind::kPacked};
-  const BodyKind kind = kKinds[data[0] % 4];
+  const BodyKind kind = (data[0] & 8) != 0 ? BodyKind::kBlock : kKinds[data[0] % 4];
   const bool compact = (data[0] & 4) != 0;
   int64_t key = kKeys[data[1] % std::size(kKeys)];
   if (kind == BodyKind::kDatabase) key &= 0xFFFFFFFF;
   if (kind == BodyKind::kVolume) key = objectstore::kVolumeRowKey;
+  if (kind == BodyKind::kBlock) key &= ~int64_t{0xFFFFFFFF};
   BodyWriter writer;
   writer.Start(kind, compact ? objectstore::Layout::kCompact : objectstore::Layout::kFirst);
   writer.PutBytes(data + 2, size - 2);

@@ -20,16 +20,9 @@ uint64_t Checksum(std::span<const uint8_t> bytes, int64_t key) {
 }  // namespace
 
 void BodyWriter::Start(BodyKind kind, Layout layout) {
-  bytes_.assign(kChecksumBytes, 0);
+  size_ = 0;
+  Put64(0);  // the checksum's place
   Put8(KindByte(kind, layout));
-}
-
-void BodyWriter::PutCount(uint64_t number) {
-  uint8_t bytes[10];
-  size_t count = 0;
-  for (; number >= 0x80; number >>= 7) bytes[count++] = static_cast<uint8_t>(number | 0x80);
-  bytes[count++] = static_cast<uint8_t>(number);
-  PutBytes(bytes, count);
 }
 
 void BodyWriter::PutText(const WCHAR* text, size_t length) {
@@ -40,18 +33,22 @@ void BodyWriter::PutText(const WCHAR* text, size_t length) {
   }
 }
 
-void BodyWriter::PutBytes(const uint8_t* bytes, size_t count) { bytes_.insert(bytes_.end(), bytes, bytes + count); }
+void BodyWriter::PutBytes(const uint8_t* bytes, size_t count) {
+  if (count != 0) std::memcpy(Room(count), bytes, count);
+  size_ += count;
+}
 
 std::span<const uint8_t> BodyWriter::Seal(int64_t key) {
-  uint64_t checksum = Checksum(std::span<const uint8_t>(bytes_).subspan(kChecksumBytes), key);
-  for (size_t i = 0; i < kChecksumBytes; ++i, checksum >>= 8) bytes_[i] = static_cast<uint8_t>(checksum);
-  return bytes_;
+  const std::span<uint8_t> body(bytes_.data(), size_);
+  uint64_t checksum = Checksum(body.subspan(kChecksumBytes), key);
+  for (size_t i = 0; i < kChecksumBytes; ++i, checksum >>= 8) body[i] = static_cast<uint8_t>(checksum);
+  return body;
 }
 
 void BodyWriter::PutNumber(uint64_t number, size_t count) {
-  uint8_t bytes[sizeof number];
-  for (size_t i = 0; i < count; ++i, number >>= 8) bytes[i] = static_cast<uint8_t>(number);
-  PutBytes(bytes, count);
+  uint8_t* next = Room(sizeof number);
+  for (size_t i = 0; i < count; ++i, number >>= 8) *next++ = static_cast<uint8_t>(number);
+  size_ += count;
 }
 
 BodyReader::BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key) : rest_(body) {

@@ -14,7 +14,7 @@
 
 namespace objectstore {
 
-enum class BodyKind : uint8_t { kVolume = 'V', kDatabase = 'D', kRecord = 'R', kPacked = 'P' };
+enum class BodyKind : uint8_t { kVolume = 'V', kDatabase = 'D', kRecord = 'R', kPacked = 'P', kBlock = 'B' };
 
 // How the fields behind the kind are laid out. The first version of the format knew one way for each kind; the compact
 // way, which its kind's letter in lower case marks, came with the second.
@@ -43,7 +43,13 @@ class BodyWriter {
   void Put16(uint16_t number) { PutNumber(number, 2); }
   void Put32(uint32_t number) { PutNumber(number, 4); }
   void Put64(uint64_t number) { PutNumber(number, 8); }
-  void PutCount(uint64_t number);  // seven bits a byte, the lowest first; the last byte has its top bit clear
+  // Seven bits a byte, the lowest first; the last byte has its top bit clear.
+  void PutCount(uint64_t number) {
+    uint8_t* next = Room(kLongestCount);
+    for (; number >= 0x80; number >>= 7) *next++ = static_cast<uint8_t>(number | 0x80);
+    *next++ = static_cast<uint8_t>(number);
+    size_ = static_cast<size_t>(next - bytes_.data());
+  }
   void PutText(const WCHAR* text, size_t length);
   void PutBytes(const uint8_t* bytes, size_t count);
 
@@ -51,8 +57,17 @@ class BodyWriter {
   std::span<const uint8_t> Seal(int64_t key);
 
  private:
+  static constexpr size_t kLongestCount = 10;
+
+  // Where the next bytes go, of which there is room for so many.
+  uint8_t* Room(size_t count) {
+    if (bytes_.size() - size_ < count) bytes_.resize((size_ + count) * 2);
+    return bytes_.data() + size_;
+  }
   void PutNumber(uint64_t number, size_t count);
-  std::vector<uint8_t> bytes_;
+
+  std::vector<uint8_t> bytes_;  // of which the first size_ are written
+  size_t size_ = 0;
 };
 
 class BodyReader {

@@ -92,6 +92,8 @@ class Database {
   Status LoadRange(VolumeFile& file, CEOID last, RecordArena& arena, std::vector<RecordRef>& records) const;
   Status LoadRecords(VolumeFile& file, CEOID last, RecordArena& arena, std::vector<RecordRef>& records,
                      std::vector<uint64_t>& flushes) const;
+  Status LoadBlock(VolumeFile& file, RecordArena& arena, std::vector<RecordRef>& records,
+                   std::vector<uint64_t>& flushes) const;
   void BuildAwaitedOrders(std::span<const RecordRef> records, std::vector<SortOrder>& built) const;
   bool GoesByIdentifier(const SORTORDERSPEC* order) const;
   Status ApplyPacked(VolumeFile& file, std::span<const RecordRef> records, std::span<const uint64_t> flushes) const;
@@ -99,6 +101,8 @@ class Database {
   bool AreNamed(std::span<const RecordRef> records) const;
   void NoteOrders();
   std::vector<CEPROPID> ChoosePackedProperties() const;
+  Status WriteRows(VolumeFile& file, std::span<const CEPROPID> packed, uint64_t flush, BodyWriter& writer);
+  Status WriteAsBlock(VolumeFile& file, uint64_t flush, BodyWriter& writer, bool& written);
   Status WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush, BodyWriter& writer);
 
   CEOID oid_;
@@ -115,7 +119,7 @@ class Database {
   bool changed_;
   std::vector<CEOID> changed_records_;  // once each; those deleted since are among them
   std::vector<CEOID> deleted_records_;  // that the file holds
-  std::vector<PackedReference> packed_after_flush_;
+  PackedParts packed_after_flush_;
 };
 
 }  // namespace objectstore

@@ -1,6 +1,8 @@
 // See database_body.h.
 #include "database_body.h"
 
+#include <limits>
+
 #include "stored_property.h"
 
 namespace objectstore {
@@ -37,6 +39,7 @@ void DecodePackedReferences(BodyReader& reader, std::vector<PackedReference>& re
 }
 
 void DecodeRecordNames(BodyReader& reader, DatabaseHead& head) {
+  head.packed.block_flush = reader.GetCount(std::numeric_limits<uint64_t>::max());
   for (size_t i = 0; i < head.description.sort_specs.list().size(); ++i) {
     const uint8_t flag = reader.Get8();
     if (flag > 1) reader.Reject();
@@ -67,8 +70,8 @@ Status DecodeVolumeHead(std::span<const uint8_t> body, VolumeHead& head) {
   return reader.Finished();
 }
 
-std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, std::span<const PackedReference> packed,
-                                            CEOID oid, BodyWriter& writer) {
+std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, const PackedParts& packed, CEOID oid,
+                                            BodyWriter& writer) {
   const Description& description = head.description;
   const auto name = description.name.characters();
   writer.Start(BodyKind::kDatabase, Layout::kCompact);
@@ -84,11 +87,12 @@ std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, std::span<
     writer.Put32(spec.propid);
     writer.Put32(spec.dwFlags);
   }
-  writer.Put16(static_cast<uint16_t>(packed.size()));
-  for (const PackedReference& reference : packed) {
+  writer.Put16(static_cast<uint16_t>(packed.columns.size()));
+  for (const PackedReference& reference : packed.columns) {
     writer.Put32(reference.property);
     writer.Put64(reference.flush);
   }
+  writer.PutCount(packed.block_flush);
   for (size_t i = 0; i < description.sort_specs.list().size(); ++i) writer.Put8(head.by_identifier[i] ? 1 : 0);
   head.identifiers.Encode(writer);
   return writer.Seal(oid);
@@ -104,7 +108,7 @@ Status DecodeDatabaseHead(std::span<const uint8_t> body, CEOID oid, DatabaseHead
   description.record_count = reader.Get32();
   description.record_bytes = reader.Get64();
   DecodeSortSpecs(reader, description.sort_specs);
-  DecodePackedReferences(reader, head.packed);
+  DecodePackedReferences(reader, head.packed.columns);
   if (reader.layout() == Layout::kCompact) DecodeRecordNames(reader, head);
   if (description.record_count > CEDB_MAXNUMRECORDS || (description.flags & ~kDatabaseFlagsMask) != 0) reader.Reject();
   return reader.Finished();

@@ -26,10 +26,16 @@ struct PackedReference {
   uint64_t flush = 0;
 };
 
+// What belongs to a database beside the rows of its records.
+struct PackedParts {
+  std::vector<PackedReference> columns;
+  uint64_t block_flush = 0;  // of its block of records; 0: it has none
+};
+
 // A database's row.
 struct DatabaseHead {
   Description description;
-  std::vector<PackedReference> packed;
+  PackedParts packed;
 
   // The records that there are. The first layout does not name them: then this is empty, and names_records false.
   bool names_records = false;
@@ -42,9 +48,9 @@ struct DatabaseHead {
 std::span<const uint8_t> EncodeVolumeHead(const VolumeHead& head, BodyWriter& writer);
 Status DecodeVolumeHead(std::span<const uint8_t> body, VolumeHead& head);
 
-// With the packed columns that a flush leaves, which are the head's own once it has got through.
-std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, std::span<const PackedReference> packed,
-                                            CEOID oid, BodyWriter& writer);
+// With the packed parts that a flush leaves, which are the head's own once it has got through.
+std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, const PackedParts& packed, CEOID oid,
+                                            BodyWriter& writer);
 Status DecodeDatabaseHead(std::span<const uint8_t> body, CEOID oid, DatabaseHead& head);
 
 }  // namespace objectstore

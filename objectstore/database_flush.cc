@@ -54,7 +54,7 @@ Status ApplyColumn(const PackedColumn& column, Record& record) {
 
 Status Database::Load(VolumeFile* file, CEOID next_identifier) {
   if (loaded_) return Status::kOk;
-  if (head_.names_records && head_.identifiers.count() == 0 && head_.packed.empty()) {
+  if (head_.names_records && head_.identifiers.count() == 0 && head_.packed.columns.empty()) {
     loaded_ = true;  // and never mind what the file holds besides
     return Status::kOk;
   }
@@ -99,11 +99,12 @@ Status Database::LoadFirst(VolumeFile* file, CEOID next_identifier, const SORTOR
 Status Database::LoadRange(VolumeFile& file, CEOID last, RecordArena& arena, std::vector<RecordRef>& records) const {
   std::vector<uint64_t> flushes;
   STORE_TRY(LoadRecords(file, last, arena, records, flushes));
+  if (head_.packed.block_flush != 0) STORE_TRY(LoadBlock(file, arena, records, flushes));
   return ApplyPacked(file, records, flushes);
 }
 
 bool Database::GoesByIdentifier(const SORTORDERSPEC* order) const {
-  if (!head_.names_records) return false;
+  if (!head_.names_records || head_.packed.block_flush != 0) return false;
   if (order == nullptr) return true;
   const auto specs = head_.description.sort_specs.list();
   return head_.by_identifier[static_cast<size_t>(order - specs.data())];
@@ -154,15 +155,53 @@ Status Database::LoadRecords(VolumeFile& file, CEOID last, RecordArena& arena, s
                          });
 }
 
+// Adds the block's records, but those that are deleted and those that a later flush gave a row.
+Status Database::LoadBlock(VolumeFile& file, RecordArena& arena, std::vector<RecordRef>& records,
+                           std::vector<uint64_t>& flushes) const {
+  RecordBlock block;
+  const auto take = [&block](int64_t key, std::span<const uint8_t> body) { return DecodeBlock(body, key, block); };
+  const int64_t key = RowKey(oid_, kBlockRow);
+  STORE_TRY(file.ForEachRow(Table::kPacked, key, key, take));
+  if (block.flush != head_.packed.block_flush) return Status::kCorrupt;
+  std::vector<RecordRef> rows;
+  std::vector<uint64_t> flushes_of_rows;
+  rows.swap(records);
+  flushes_of_rows.swap(flushes);
+  records.reserve(rows.size() + block.oids.size());
+  flushes.reserve(rows.size() + block.oids.size());
+  std::vector<Value> values;
+  size_t row = 0;
+  const auto take_rows = [&](uint64_t below) {
+    for (; row < rows.size() && rows[row]->oid() < below; ++row) {
+      records.push_back(std::move(rows[row]));
+      flushes.push_back(flushes_of_rows[row]);
+    }
+  };
+  for (size_t i = 0; i < block.oids.size(); ++i) {
+    const CEOID oid = block.oids[i];
+    take_rows(oid);
+    const bool has_row = row < rows.size() && rows[row]->oid() == oid;
+    if (has_row || !head_.identifiers.Has(oid)) continue;
+    records.push_back(block.RecordAt(i, values, &arena));
+    records.back()->in_file = true;
+    records.back()->changed = kUnchanged;
+    flushes.push_back(block.flush);
+  }
+  take_rows(uint64_t{kLastLowWord} + 1);
+  return Status::kOk;
+}
+
 Status Database::ApplyPacked(VolumeFile& file, std::span<const RecordRef> records,
                              std::span<const uint64_t> flushes) const {
   size_t columns = 0;
   const auto apply = [&](int64_t key, std::span<const uint8_t> body) {
+    if (LowWord(key) == kBlockRow && head_.packed.block_flush != 0) return Status::kOk;
     PackedColumn column;
     STORE_TRY(DecodePacked(body, key, column));
-    const bool expected = std::any_of(head_.packed.begin(), head_.packed.end(), [&](const auto& reference) {
-      return reference.property == column.property && reference.flush == column.flush;
-    });
+    const bool expected =
+        std::any_of(head_.packed.columns.begin(), head_.packed.columns.end(), [&](const auto& reference) {
+          return reference.property == column.property && reference.flush == column.flush;
+        });
     if (!expected) return Status::kCorrupt;
     ++columns;
     for (size_t i = 0; i < records.size(); ++i) {
@@ -171,12 +210,23 @@ Status Database::ApplyPacked(VolumeFile& file, std::span<const RecordRef> record
     return Status::kOk;
   };
   STORE_TRY(file.ForEachRow(Table::kPacked, RowKey(oid_, 0), RowKey(oid_, kLastLowWord), apply));
-  return columns == head_.packed.size() ? Status::kOk : Status::kCorrupt;
+  return columns == head_.packed.columns.size() ? Status::kOk : Status::kCorrupt;
 }
 
 Status Database::WriteChanges(VolumeFile& file, uint64_t flush, BodyWriter& writer) {
-  const std::vector<CEPROPID> packed = ChoosePackedProperties();
   packed_after_flush_ = head_.packed;
+  bool as_block = false;
+  if (!in_file_) STORE_TRY(WriteAsBlock(file, flush, writer, as_block));
+  if (!as_block) {
+    const std::vector<CEPROPID> packed = ChoosePackedProperties();
+    STORE_TRY(WriteRows(file, packed, flush, writer));
+    for (const CEPROPID property : packed) STORE_TRY(WritePacked(file, property, flush, writer));
+  }
+  NoteOrders();
+  return file.Put(Table::kDatabase, oid_, EncodeDatabaseHead(head_, packed_after_flush_, oid_, writer));
+}
+
+Status Database::WriteRows(VolumeFile& file, std::span<const CEPROPID> packed, uint64_t flush, BodyWriter& writer) {
   for (const CEOID oid : changed_records_) {
     const Record* record = Find(oid);
     if (record == nullptr || record->changed == kUnchanged) continue;
@@ -187,9 +237,26 @@ Status Database::WriteChanges(VolumeFile& file, uint64_t flush, BodyWriter& writ
   for (const CEOID oid : deleted_records_) {
     STORE_TRY(file.Delete(Table::kRecord, RowKey(oid_, oid), RowKey(oid_, oid)));
   }
-  for (const CEPROPID property : packed) STORE_TRY(WritePacked(file, property, flush, writer));
-  NoteOrders();
-  return file.Put(Table::kDatabase, oid_, EncodeDatabaseHead(head_, packed_after_flush_, oid_, writer));
+  return Status::kOk;
+}
+
+// A database that the file does not have yet, of many records of a few numbers each, such as an application's list of
+// what it shows: a few pages instead of a row for each.
+Status Database::WriteAsBlock(VolumeFile& file, uint64_t flush, BodyWriter& writer, bool& written) {
+  written = false;
+  if (records_.size() <= kFewRecords) return Status::kOk;
+  RecordBlock block;
+  block.flush = flush;
+  block.oids.reserve(records_.size());
+  block.numbers.reserve(records_.size() * records_.front()->property_count());
+  for (const RecordRef& record : records_) {
+    if (!block.Append(*record)) return Status::kOk;
+  }
+  const int64_t key = RowKey(oid_, kBlockRow);
+  STORE_TRY(file.Put(Table::kPacked, key, EncodeBlock(block, key, writer)));
+  packed_after_flush_.block_flush = flush;
+  written = true;
+  return Status::kOk;
 }
 
 // The properties that are the only change of many records. Only records that the file holds can do without a new row.
@@ -202,10 +269,10 @@ std::vector<CEPROPID> Database::ChoosePackedProperties() const {
     if (record == nullptr || record->changed == kUnchanged || record->changed == kChangedWhole) continue;
     Count(tallies, record->changed);
   }
-  size_t columns = head_.packed.size();
+  size_t columns = head_.packed.columns.size();
   for (const Tally& tally : tallies) {
     if (tally.records <= kFewRecords) continue;
-    const bool exists = std::any_of(head_.packed.begin(), head_.packed.end(),
+    const bool exists = std::any_of(head_.packed.columns.begin(), head_.packed.columns.end(),
                                     [&](const auto& reference) { return reference.property == tally.property; });
     if (!exists && columns++ >= kMostPackedColumns) continue;
     chosen.push_back(tally.property);
@@ -224,10 +291,10 @@ Status Database::WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush
   }
   const int64_t key = RowKey(oid_, property);
   STORE_TRY(file.Put(Table::kPacked, key, EncodePacked(column, key, writer)));
-  const auto found = std::find_if(packed_after_flush_.begin(), packed_after_flush_.end(),
+  const auto found = std::find_if(packed_after_flush_.columns.begin(), packed_after_flush_.columns.end(),
                                   [property](const auto& reference) { return reference.property == property; });
-  if (found == packed_after_flush_.end()) {
-    packed_after_flush_.push_back({property, flush});
+  if (found == packed_after_flush_.columns.end()) {
+    packed_after_flush_.columns.push_back({property, flush});
   } else {
     found->flush = flush;
   }
@@ -244,7 +311,7 @@ void Database::ForgetChanges() {
   changed_records_.clear();
   deleted_records_.clear();
   head_.packed = std::move(packed_after_flush_);
-  packed_after_flush_.clear();
+  packed_after_flush_ = {};
   in_file_ = true;
   changed_ = false;
 }

@@ -35,6 +35,11 @@ size_t IdentifierRuns::IndexBehind(CEOID oid) const {
   return static_cast<size_t>(found - runs_.begin());
 }
 
+bool IdentifierRuns::Has(CEOID oid) const {
+  const size_t behind = IndexBehind(oid);
+  return behind > 0 && oid - runs_[behind - 1].first < runs_[behind - 1].count;
+}
+
 void IdentifierRuns::Add(CEOID oid) {
   ++count_;
   const size_t behind = IndexBehind(oid);

@@ -24,6 +24,8 @@ class IdentifierRuns {
   // The identifier at a position, which is below count.
   CEOID At(size_t position) const;
 
+  bool Has(CEOID oid) const;
+
   // Whether these records, in ascending order, are the first ones, or all.
   bool BeginWith(std::span<const RecordRef> records) const;
   bool Name(std::span<const RecordRef> records) const { return records.size() == count_ && BeginWith(records); }

@@ -255,4 +255,71 @@ Status DecodePacked(std::span<const uint8_t> body, int64_t key, PackedColumn& co
   return reader.Finished();
 }
 
+bool RecordBlock::Append(const Record& record) {
+  if (oids.empty()) {
+    for (size_t i = 0; i < record.property_count(); ++i) properties.push_back(record.IdAt(i));
+    const auto is_wide = [](CEPROPID id) { return FixedWidth(id) != sizeof(uint32_t); };
+    if (properties.empty() || std::any_of(properties.begin(), properties.end(), is_wide)) return false;
+  }
+  if (record.property_count() != properties.size()) return false;
+  for (size_t i = 0; i < properties.size(); ++i) {
+    if (record.IdAt(i) != properties[i]) return false;
+    numbers.push_back(record.NumberAt(i));
+  }
+  oids.push_back(record.oid());
+  return true;
+}
+
+RecordRef RecordBlock::RecordAt(size_t index, std::vector<Value>& values, RecordArena* arena) const {
+  values.clear();
+  for (size_t i = 0; i < properties.size(); ++i) {
+    values.push_back(NumberValue(properties[i], numbers[index * properties.size() + i]));
+  }
+  return Record::Create(oids[index], values, arena);
+}
+
+std::span<const uint8_t> EncodeBlock(const RecordBlock& block, int64_t key, BodyWriter& writer) {
+  const size_t width = block.properties.size();
+  writer.Start(BodyKind::kBlock, Layout::kCompact);
+  writer.PutCount(block.flush);
+  writer.PutCount(width);
+  for (const CEPROPID id : block.properties) writer.Put32(id);
+  writer.PutCount(block.oids.size());
+  CEOID oid_before = 0;
+  for (size_t i = 0; i < block.oids.size(); ++i) {
+    writer.PutCount(block.oids[i] - oid_before);
+    oid_before = block.oids[i];
+    for (size_t j = 0; j < width; ++j) {
+      const uint32_t before = i == 0 ? 0 : block.numbers[(i - 1) * width + j];
+      writer.PutCount(ZigZag(static_cast<int32_t>(block.numbers[i * width + j] - before)));
+    }
+  }
+  return writer.Seal(key);
+}
+
+Status DecodeBlock(std::span<const uint8_t> body, int64_t key, RecordBlock& block) {
+  BodyReader reader(body, BodyKind::kBlock, key);
+  if (reader.layout() != Layout::kCompact || LowWord(key) != kBlockRow) reader.Reject();
+  block.flush = reader.GetCount(std::numeric_limits<uint64_t>::max());
+  const uint64_t width = reader.GetCount(body.size() / sizeof(CEPROPID));
+  for (uint64_t i = 0; i < width && reader.ok(); ++i) {
+    block.properties.push_back(reader.Get32());
+    if (FixedWidth(block.properties.back()) != sizeof(uint32_t)) reader.Reject();
+  }
+  const uint64_t count = reader.GetCount(CEDB_MAXNUMRECORDS);
+  if (width == 0 || count == 0) reader.Reject();
+  uint64_t oid = 0;
+  for (uint64_t i = 0; i < count && reader.ok(); ++i) {
+    const uint64_t step = reader.GetCount(std::numeric_limits<CEOID>::max());
+    oid += step;
+    if (step == 0 || oid > std::numeric_limits<CEOID>::max()) reader.Reject();
+    block.oids.push_back(static_cast<CEOID>(oid));
+    for (uint64_t j = 0; j < width && reader.ok(); ++j) {
+      const uint32_t before = i == 0 ? 0 : block.numbers[block.numbers.size() - width];
+      block.numbers.push_back(before + static_cast<uint32_t>(GetSigned(reader, 32)));
+    }
+  }
+  return reader.Finished();
+}
+
 }  // namespace objectstore

@@ -38,6 +38,24 @@ struct PackedColumn {
   std::vector<std::pair<CEOID, uint32_t>> values;  // by ascending identifier
 };
 
+// Records that hold nothing but numbers of four bytes, all of them the same properties in the same order. A database has
+// one such block at most, under the key whose lower half is this.
+inline constexpr uint32_t kBlockRow = 0;
+
+struct RecordBlock {
+  uint64_t flush = 0;
+  std::vector<CEPROPID> properties;
+  std::vector<CEOID> oids;        // ascending
+  std::vector<uint32_t> numbers;  // of each record, in the order of the properties
+
+  // Appends a record; false when it is not of the block's kind. The first one settles what that is.
+  bool Append(const Record& record);
+  RecordRef RecordAt(size_t index, std::vector<Value>& values, RecordArena* arena) const;
+};
+
+std::span<const uint8_t> EncodeBlock(const RecordBlock& block, int64_t key, BodyWriter& writer);
+Status DecodeBlock(std::span<const uint8_t> body, int64_t key, RecordBlock& block);
+
 std::span<const uint8_t> EncodePacked(const PackedColumn& column, int64_t key, BodyWriter& writer);
 Status DecodePacked(std::span<const uint8_t> body, int64_t key, PackedColumn& column);
 

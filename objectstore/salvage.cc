@@ -14,6 +14,8 @@ namespace {
 // In the order of kSchema.
 constexpr BodyKind kKinds[] = {BodyKind::kVolume, BodyKind::kDatabase, BodyKind::kRecord, BodyKind::kPacked};
 
+constexpr size_t kPackedTable = 3;
+
 // A tree of more levels holds more rows than a volume may.
 constexpr int kDeepestTree = 20;
 
@@ -21,9 +23,16 @@ constexpr size_t kKindPlace = 8;
 
 CEOID HighWord(int64_t key) { return static_cast<CEOID>(static_cast<uint64_t>(key) >> 32); }
 
+bool IsKindOfTable(uint8_t kind, size_t table) {
+  return kind == static_cast<uint8_t>(kKinds[table]) ||
+         (table == kPackedTable && kind == static_cast<uint8_t>(BodyKind::kBlock));
+}
+
 bool IsKind(uint8_t byte) {
-  return std::any_of(std::begin(kKinds), std::end(kKinds),
-                     [byte](BodyKind kind) { return static_cast<uint8_t>(kind) == KindWithoutLayout(byte); });
+  for (size_t table = 0; table < std::size(kKinds); ++table) {
+    if (IsKindOfTable(KindWithoutLayout(byte), table)) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -116,8 +125,8 @@ bool Salvage::VisitCell(uint32_t table, uint32_t number, const Page& page, uint3
   const std::optional<RawRow> row = head ? ReadRow(*pages_, page, *head) : std::nullopt;
   if (row) {
     const bool ascends = !previous_key_ || row->key > *previous_key_;
-    const bool of_table = row->body.size() > kKindPlace &&
-                          KindWithoutLayout(row->body[kKindPlace]) == static_cast<uint8_t>(kKinds[table]);
+    const bool of_table =
+        row->body.size() > kKindPlace && IsKindOfTable(KindWithoutLayout(row->body[kKindPlace]), table);
     const Taken taken = of_table ? Take(*row, number, false) : Taken::kUnsound;
     if (taken != Taken::kUnsound) {
       for (const uint32_t further : row->further_pages) visited_[further] = true;

@@ -42,6 +42,7 @@ struct FoundRecord {
   uint64_t flush = 0;
   uint32_t page = 0;
   bool loose = false;
+  bool in_block = false;
 };
 
 class Salvage {
@@ -89,6 +90,8 @@ class Salvage {
   Taken TakeDatabase(const RawRow& row);
   Taken TakeRecord(const RawRow& row, uint32_t page, bool loose);
   Taken TakeColumn(const RawRow& row);
+  Taken TakeBlock(const RawRow& row, uint32_t page, bool loose);
+  void DropDeleted(CEOID oid, const FoundDatabase& database);
   static bool IsSound(const RawRow& row);
 
   void Judge();

@@ -35,6 +35,7 @@ bool Salvage::IsSound(const RawRow& row) {
   VolumeHead volume;
   DatabaseHead database;
   PackedColumn column;
+  RecordBlock block;
   switch (static_cast<BodyKind>(KindOf(row))) {
     case BodyKind::kVolume:
       return row.key == kVolumeRowKey && DecodeVolumeHead(row.body, volume) == Status::kOk;
@@ -44,6 +45,8 @@ bool Salvage::IsSound(const RawRow& row) {
       return IsRecordKey(row.key) && decoder.Decode(row.body, row.key, record, flush) == Status::kOk;
     case BodyKind::kPacked:
       return DecodePacked(row.body, row.key, column) == Status::kOk;
+    case BodyKind::kBlock:
+      return HighWord(row.key) != 0 && DecodeBlock(row.body, row.key, block) == Status::kOk;
     default:
       return false;
   }
@@ -55,6 +58,7 @@ Salvage::Taken Salvage::Take(const RawRow& row, uint32_t page, bool loose) {
   if (IsOf(row, BodyKind::kDatabase)) taken = TakeDatabase(row);
   if (IsOf(row, BodyKind::kRecord)) taken = TakeRecord(row, page, loose);
   if (IsOf(row, BodyKind::kPacked)) taken = TakeColumn(row);
+  if (IsOf(row, BodyKind::kBlock)) taken = TakeBlock(row, page, loose);
   if (taken != Taken::kUnsound) anything_found_ = true;
   return taken;
 }
@@ -95,6 +99,23 @@ Salvage::Taken Salvage::TakeColumn(const RawRow& row) {
   if (place.property != 0 && place.flush >= column.flush) return Taken::kOlder;
   place = std::move(column);
   return Taken::kTaken;
+}
+
+// The records of a block, one by one. A row of theirs is newer.
+Salvage::Taken Salvage::TakeBlock(const RawRow& row, uint32_t page, bool loose) {
+  RecordBlock block;
+  const CEOID database = HighWord(row.key);
+  if (database == 0 || DecodeBlock(row.body, row.key, block) != Status::kOk) return Taken::kUnsound;
+  std::vector<Value> values;
+  Taken taken = Taken::kOlder;
+  for (size_t i = 0; i < block.oids.size(); ++i) {
+    FoundRecord& place = records_[RowKey(database, block.oids[i])];
+    if (place.record && place.flush >= block.flush) continue;
+    place = {block.RecordAt(i, values, nullptr), block.flush, page, loose, true};
+    taken = Taken::kTaken;
+  }
+  largest_identifier_ = std::max({largest_identifier_, database, block.oids.back()});
+  return taken;
 }
 
 bool Salvage::complete() const {
@@ -162,13 +183,26 @@ void Salvage::FindHomeless() {
   }
   if (databases_known_) return;
   for (const LooseRow& loose : loose_) {
-    if (IsOf(loose.row, BodyKind::kRecord)) add(HighWord(loose.row.key), loose.page);
+    if (IsOf(loose.row, BodyKind::kRecord) || IsOf(loose.row, BodyKind::kBlock))
+      add(HighWord(loose.row.key), loose.page);
+  }
+}
+
+// A block is not written anew when records of it are deleted; the database's row tells.
+void Salvage::DropDeleted(CEOID oid, const FoundDatabase& database) {
+  if (database.description_lost || !database.head.names_records) return;
+  const auto [first, end] = RecordsOf(oid);
+  for (auto record = first; record != end;) {
+    const bool deleted = record->second.in_block && !database.head.identifiers.Has(LowWord(record->first));
+    record = deleted ? records_.erase(record) : std::next(record);
   }
 }
 
 void Salvage::JudgeDatabase(CEOID oid, FoundDatabase& database) {
+  DropDeleted(oid, database);
   database.complete = AgreesWithDescription(oid, database);
   if (!database.complete) TakeLooseRowsOf(oid, database);
+  DropDeleted(oid, database);
   const bool columns_fit = ApplyColumns(oid, database);
   const bool no_others = CheckNoOtherColumns(oid, database);
   CountLost(oid, database);
@@ -192,7 +226,8 @@ bool Salvage::AgreesWithDescription(CEOID oid, const FoundDatabase& database) {
 void Salvage::TakeLooseRowsOf(CEOID oid, FoundDatabase& database) {
   for (const LooseRow& loose : loose_) {
     const bool is_record = IsOf(loose.row, BodyKind::kRecord);
-    if (HighWord(loose.row.key) != oid || (!is_record && !IsOf(loose.row, BodyKind::kPacked))) continue;
+    const bool is_packed = IsOf(loose.row, BodyKind::kPacked) || IsOf(loose.row, BodyKind::kBlock);
+    if (HighWord(loose.row.key) != oid || (!is_record && !is_packed)) continue;
     if (Take(loose.row, loose.page, true) != Taken::kTaken || !is_record) continue;
     const FoundRecord& record = records_[loose.row.key];
     Add(XKRFindingLoose, oid, LowWord(loose.row.key), loose.page,
@@ -213,7 +248,7 @@ bool Salvage::ApplyColumns(CEOID oid, FoundDatabase& database) {
     }
     return all_fit;
   }
-  for (const PackedReference& reference : database.head.packed) {
+  for (const PackedReference& reference : database.head.packed.columns) {
     const auto found = columns_.find(RowKey(oid, reference.property));
     if (found != columns_.end() && found->second.flush == reference.flush) {
       if (!ApplyColumn(oid, found->second)) all_fit = false;
@@ -252,7 +287,7 @@ bool Salvage::CheckNoOtherColumns(CEOID oid, const FoundDatabase& database) {
   bool none = true;
   const auto end = columns_.upper_bound(RowKey(oid, 0xFFFFFFFF));
   for (auto column = columns_.lower_bound(RowKey(oid, 0)); column != end; ++column) {
-    const auto& packed = database.head.packed;
+    const auto& packed = database.head.packed.columns;
     const CEPROPID property = column->second.property;
     if (std::any_of(packed.begin(), packed.end(), [property](const auto& one) { return one.property == property; }))
       continue;

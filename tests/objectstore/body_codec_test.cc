@@ -68,7 +68,7 @@ const Bytes kFirstPackedBytes = FromHex(
     "12 00 00 00 FF FF FF FF");  //
 
 const Bytes kDatabaseBytes = FromHex(
-    "62 5B 03 8A 78 C4 E1 8A 64 "
+    "8C C5 86 8C 8D 6D 8F EB 64 "
     "03 44 00 62 00 E9 00 "                       // name
     "04 03 02 01 "                                // type
     "00 00 01 00 "                                // flags
@@ -78,6 +78,7 @@ const Bytes kDatabaseBytes = FromHex(
     "02 1F 00 02 00 03 00 00 00 "                 // sort orders
     "13 00 01 00 00 00 00 00 "                    //
     "01 00 13 00 01 00 05 00 00 00 00 00 00 00 "  // packed columns
+    "06 "                                         // flush of the block
     "00 01 "                                      // the second order goes by identifier
     "02 11 01 80 01 01");                         // runs: one record from 0x11 on, one from 0x92 on
 
@@ -104,6 +105,17 @@ const Bytes kPackedBytes = FromHex(
     "11 14 "   // 0x11: 10
     "01 15");  // 0x12: 11 less
 
+constexpr int64_t kBlockKey = 0x1000000000;
+
+const Bytes kBlockBytes = FromHex(
+    "8E 8E F1 D7 2D EE E5 E5 62 "
+    "06 "                       // flush
+    "02 "                       // properties
+    "13 00 00 00 03 00 01 00 "  //
+    "02 "                       // records
+    "11 00 02 "                 // 0x11: 0, 1
+    "01 02 05");                // 0x12: 1, 2 less
+
 Status DecodeGoldenVolume(const Bytes& bytes, int64_t) {
   VolumeHead head;
   return DecodeVolumeHead(bytes, head);
@@ -123,6 +135,11 @@ Status DecodeGoldenPacked(const Bytes& bytes, int64_t key) {
   return DecodePacked(bytes, key, column);
 }
 
+Status DecodeGoldenBlock(const Bytes& bytes, int64_t key) {
+  RecordBlock block;
+  return DecodeBlock(bytes, key, block);
+}
+
 const struct Golden {
   const char* why;
   const Bytes& bytes;
@@ -137,6 +154,7 @@ const struct Golden {
     {"database", kDatabaseBytes, BodyKind::kDatabase, kDatabase, DecodeGoldenDatabase},
     {"record", kRecordBytes, BodyKind::kRecord, kRecordKey, DecodeGoldenRecord},
     {"packed column", kPackedBytes, BodyKind::kPacked, kPackedKey, DecodeGoldenPacked},
+    {"block of records", kBlockBytes, BodyKind::kBlock, kBlockKey, DecodeGoldenBlock},
 };
 
 TEST(BodyCodec, AVolumesBodyHasTheseBytes) {
@@ -159,15 +177,16 @@ void ExpectGoldenDescription(const DatabaseHead& head) {
   ASSERT_EQ(head.description.sort_specs.list().size(), 2u);
   EXPECT_EQ(head.description.sort_specs.list()[0].propid, 0x0002001Fu);
   EXPECT_EQ(head.description.sort_specs.list()[0].dwFlags, 3u);
-  ASSERT_EQ(head.packed.size(), 1u);
-  EXPECT_EQ(head.packed[0].property, 0x00010013u);
-  EXPECT_EQ(head.packed[0].flush, 5u);
+  ASSERT_EQ(head.packed.columns.size(), 1u);
+  EXPECT_EQ(head.packed.columns[0].property, 0x00010013u);
+  EXPECT_EQ(head.packed.columns[0].flush, 5u);
 }
 
 TEST(BodyCodec, ADatabasesBodyHasTheseBytes) {
   DatabaseHead head;
   ASSERT_EQ(DecodeDatabaseHead(kDatabaseBytes, kDatabase, head), Status::kOk);
   ExpectGoldenDescription(head);
+  EXPECT_EQ(head.packed.block_flush, 6u);
   EXPECT_TRUE(head.names_records);
   EXPECT_FALSE(head.by_identifier[0]);
   EXPECT_TRUE(head.by_identifier[1]);
@@ -254,6 +273,48 @@ TEST(BodyCodec, APackedColumnsBodyHasTheseBytes) {
   EXPECT_EQ(column.values, expected);
   BodyWriter writer;
   EXPECT_EQ(Copy(EncodePacked(column, kPackedKey, writer)), kPackedBytes);
+}
+
+TEST(BodyCodec, ABlockOfRecordsHasTheseBytes) {
+  RecordBlock block;
+  ASSERT_EQ(DecodeBlock(kBlockBytes, kBlockKey, block), Status::kOk);
+  EXPECT_EQ(block.flush, 6u);
+  EXPECT_EQ(block.properties, (std::vector<CEPROPID>{0x00000013, 0x00010003}));
+  EXPECT_EQ(block.oids, (std::vector<CEOID>{0x11, 0x12}));
+  EXPECT_EQ(block.numbers, (std::vector<uint32_t>{0, 1, 1, 0xFFFFFFFE}));
+  std::vector<Value> values;
+  const RecordRef second = block.RecordAt(1, values, nullptr);
+  EXPECT_EQ(second->oid(), 0x12u);
+  EXPECT_EQ(second->IdAt(1), 0x00010003u);
+  EXPECT_EQ(second->NumberAt(1), 0xFFFFFFFEu);
+  RecordBlock again;
+  again.flush = 6;
+  EXPECT_TRUE(again.Append(*block.RecordAt(0, values, nullptr)));
+  EXPECT_TRUE(again.Append(*second));
+  BodyWriter writer;
+  EXPECT_EQ(Copy(EncodeBlock(again, kBlockKey, writer)), kBlockBytes);
+}
+
+TEST(BodyCodec, ABlockTakesOnlyRecordsOfTheSameNumbers) {
+  const struct {
+    const char* why;
+    std::vector<Value> first;
+    std::vector<Value> second;
+    bool first_fits;
+  } kRows[] = {
+      {"no properties", {}, {}, false},
+      {"a text", {NumberValue(0x13, 1), NumberValue(0x1001F, 0)}, {}, false},
+      {"a number of two bytes", {NumberValue(0x12, 1)}, {}, false},
+      {"a number of eight bytes", {NumberValue(0x40, 1)}, {}, false},
+      {"a property more", {NumberValue(0x13, 1)}, {NumberValue(0x13, 1), NumberValue(0x10013, 1)}, true},
+      {"another property", {NumberValue(0x13, 1)}, {NumberValue(0x10013, 1)}, true},
+  };
+  for (const auto& row : kRows) {
+    RecordBlock block;
+    EXPECT_EQ(block.Append(*Record::Create(7, row.first)), row.first_fits) << row.why;
+    if (!row.first_fits) continue;
+    EXPECT_FALSE(block.Append(*Record::Create(8, row.second))) << row.why;
+  }
 }
 
 TEST(BodyCodec, APackedColumnsBodyOfTheFirstLayoutIsTheSameColumn) {
@@ -346,19 +407,19 @@ TEST(BodyCodec, FieldsThatBreakARuleAreCorruptUnderARightChecksum) {
       {"fewer pairs than said", kGolden[3], "05 00 00 00 00 00 00 00 02 00 00 00 12 00 00 00 0A 00 00 00"},
       {"an order that is neither by identifier nor not", kGolden[4],
        "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 01 00 00 00 44 00 00 00 00 00 00 00 "
-       "01 13 00 01 00 00 00 00 00 00 00 02 01 11 01"},
+       "01 13 00 01 00 00 00 00 00 00 00 00 02 01 11 01"},
       {"fewer identifiers than records", kGolden[4],
        "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 02 00 00 00 44 00 00 00 00 00 00 00 "
-       "00 00 00 01 11 01"},
+       "00 00 00 00 01 11 01"},
       {"two runs without a gap", kGolden[4],
        "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 02 00 00 00 44 00 00 00 00 00 00 00 "
-       "00 00 00 02 11 01 00 01"},
+       "00 00 00 00 02 11 01 00 01"},
       {"a run of nothing", kGolden[4],
        "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 01 00 00 00 44 00 00 00 00 00 00 00 "
-       "00 00 00 02 11 01 01 00"},
+       "00 00 00 00 02 11 01 01 00"},
       {"a run that begins at 0", kGolden[4],
        "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 01 00 00 00 44 00 00 00 00 00 00 00 "
-       "00 00 00 01 00 01"},
+       "00 00 00 00 01 00 01"},
       {"a count with a byte too many", kGolden[5], "83 00 01 13 01"},
       {"more properties than bytes in few bytes", kGolden[5], "03 7F 13 01"},
       {"a code without a type", kGolden[5], "03 01 1B 01"},
@@ -374,6 +435,11 @@ TEST(BodyCodec, FieldsThatBreakARuleAreCorruptUnderARightChecksum) {
       {"an empty text that is wide", kGolden[5], "03 01 18 00"},
       {"a blob of zeros that are spelled out", kGolden[5], "03 01 19 02 00 00"},
       {"no zeros at all", kGolden[5], "03 01 1A 00"},
+      {"a block without properties", kGolden[7], "06 00 01 11"},
+      {"a block of a property that is not four bytes wide", kGolden[7], "06 01 12 00 00 00 01 11 00"},
+      {"a block of no records", kGolden[7], "06 01 13 00 00 00 00"},
+      {"a block's records out of order", kGolden[7], "06 01 13 00 00 00 02 11 00 00 00"},
+      {"a block with fewer records than said", kGolden[7], "06 01 13 00 00 00 02 11 00"},
       {"pairs of one record", kGolden[6], "05 02 11 14 00 15"},
       {"a difference past 32 bits", kGolden[6], "05 01 11 80 80 80 80 10"},
   };
