@@ -137,8 +137,8 @@ Trial Bench::OpenWithEngine(const Subject& subject, const std::string& file, con
   Trial trial;
   switch (status) {
     case MDbStatusOk:
+      // It needs no more than the first records to open a table: damage behind them is met by whoever reads them.
       trial = Judge(subject, TextOf(env.agentRef.volume), !subject.log.empty() && log != subject.log);
-      if (trial.result == Result::kRefused) trial = Wrong("the engine opened what the store then refused");
       if (MDbAgentCloseDb(&env) != MDbStatusOk) trial = Wrong("the engine does not close what it opened");
       break;
     case MDbStatusFailed:

@@ -28,6 +28,11 @@ const struct {
     {"every property type, every kind of sort order", "v1/every_type.vol", "v1/every_type.txt", false, false},
     {"deletions, a sort by number, a packed column", "v1/missions.xdb", "v1/missions.txt", false, true},
     {"the log of a killed writer beside it", "v1/killed.xdb", "v1/killed.txt", true, true},
+    {"no database", "v2/empty.vol", "v2/empty.txt", false, false},
+    {"every property type, every kind of sort order", "v2/every_type.vol", "v2/every_type.txt", false, false},
+    {"a block of records", "v2/list.vol", "v2/list.txt", false, false},
+    {"deletions, a sort by number, a packed column", "v2/missions.xdb", "v2/missions.txt", false, true},
+    {"the log of a killed writer beside it", "v2/killed.xdb", "v2/killed.txt", true, true},
 };
 
 std::string Bytes(const path& file) {
@@ -81,9 +86,31 @@ TEST_F(Golden, ReadingAVolumeWithoutALogChangesNoByte) {
 }
 
 TEST_F(Golden, TheLogOfTheKilledWriterCounts) {
-  const VolumeText without = damage::TextOfFile(Copy("v1/killed.xdb", false).u16string(), Times::kWith);
-  EXPECT_EQ(without.error, 0u);
-  EXPECT_NE(without.text, Bytes(Of("v1/killed.txt")));
+  for (const std::string version : {"v1", "v2"}) {
+    const VolumeText without =
+        damage::TextOfFile(Copy((version + "/killed.xdb").c_str(), false).u16string(), Times::kWith);
+    EXPECT_EQ(without.error, 0u) << version;
+    EXPECT_NE(without.text, Bytes(Of((version + "/killed.txt").c_str()))) << version;
+  }
+}
+
+// The first change makes an older file one of today's, with all that it held.
+TEST_F(Golden, AnOlderVolumeIsOfTodaysVersionOnceItIsChanged) {
+  for (const auto& row : kVolumes) {
+    const path copy = Copy(row.file, row.with_log);
+    CEGUID guid;
+    ASSERT_TRUE(CeMountDBVol(&guid, copy.u16string().c_str(), OPEN_EXISTING)) << row.why;
+    CEDBASEINFO info = {};
+    info.dwFlags = CEDB_VALIDNAME;
+    std::u16string(u"added").copy(info.szDbaseName, CEDB_MAXDBASENAMELEN);
+    const CEOID added = CeCreateDatabaseEx(&guid, &info);
+    ASSERT_NE(added, 0u) << row.why;
+    ASSERT_TRUE(CeFlushDBVol(&guid)) << row.why;
+    ASSERT_TRUE(CeDeleteDatabaseEx(&guid, added)) << row.why;
+    ASSERT_TRUE(CeUnmountDBVol(&guid)) << row.why;
+    EXPECT_EQ(Bytes(copy).substr(60, 4), std::string("\0\0\0\2", 4)) << row.why;
+    EXPECT_EQ(damage::TextOfFile(copy.u16string(), Times::kWith).error, 0u) << row.why;
+  }
 }
 
 TEST_F(Golden, TheEngineOpensItsOwnAndRefusesTheOthers) {
@@ -102,6 +129,8 @@ TEST_F(Golden, TheEngineOpensItsOwnAndRefusesTheOthers) {
 
 // What makes these volumes worth keeping is in them: a later one that lacks it would be no golden volume.
 TEST_F(Golden, TheVolumesHoldWhatTheyAreKeptFor) {
+  EXPECT_EQ(PackedColumns(Copy("v2/list.vol", false)), 2) << "a block and a column";
+  EXPECT_EQ(PackedColumns(Copy("v2/missions.xdb", false)), 1);
   const std::string missions = Bytes(Of("v1/missions.txt"));
   EXPECT_NE(missions.find("\"DELT_0\" type 0x44454c54 flags 0x1f records 11"), std::string::npos);
   EXPECT_NE(missions.find("\"DATA_0\" type 0x44415441 flags 0x1f records 69"), std::string::npos);

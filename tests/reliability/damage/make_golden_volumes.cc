@@ -34,9 +34,12 @@ int main(int argc, char** argv) {
   const path folder = argv[1];
   damage::MakeEmptyVolume((folder / "empty.vol").u16string());
   damage::MakeEveryTypeVolume((folder / "every_type.vol").u16string());
+  damage::MakeListVolume((folder / "list.vol").u16string());
   damage::MakeEngineDatabase((folder / "missions.xdb").u16string(), 80);
   damage::MakeEngineDatabase((folder / "killed.xdb").u16string(), 12);
   damage::LeaveKilledWriter((folder / "killed.xdb").u16string(), 1);
-  for (const char* name : {"empty.vol", "every_type.vol", "missions.xdb", "killed.xdb"}) WriteText(folder, name);
+  for (const char* name : {"empty.vol", "every_type.vol", "list.vol", "missions.xdb", "killed.xdb"}) {
+    WriteText(folder, name);
+  }
   return 0;
 }

@@ -316,6 +316,30 @@ void MakeEveryTypeVolume(const std::u16string& path) {
   Require(CeUnmountDBVol(&volume), "unmounting");
 }
 
+void MakeListVolume(const std::u16string& path) {
+  constexpr uint32_t kRecords = 100;
+  CEGUID volume;
+  Require(CeMountDBVol(&volume, path.c_str(), CREATE_NEW), "making a volume");
+  const CEOID list = Create(volume, u"List", 0x5453494C, 0, {{Prop(0, CEVT_UI4), 0}});
+  const HANDLE handle = Open(volume, list);
+  std::vector<CEOID> oids;
+  for (uint32_t i = 0; i < kRecords; ++i) {
+    oids.push_back(Write(
+        handle, 0, {Number(0, CEVT_UI4, i), Number(1, CEVT_UI4, 7000 - 13 * i % 97), Number(2, CEVT_I4, 0u - i)}));
+  }
+  Require(CeFlushDBVol(&volume), "flushing the list");
+  Write(handle, oids[10], {Number(1, CEVT_UI4, 1)});
+  for (const size_t gone : {0u, 41u, 42u, 99u}) Require(CeDeleteRecord(handle, oids[gone]), "deleting a record");
+  Require(CeFlushDBVol(&volume), "flushing a row");
+  for (const CEOID oid : oids) {
+    if (CeSeekDatabase(handle, CEDB_SEEK_CEOID, oid, nullptr) != 0) Write(handle, oid, {Number(2, CEVT_I4, oid * 3)});
+  }
+  const std::u16string text = u"a record with a text";
+  Write(handle, 0, {Number(0, CEVT_UI4, kRecords), Text(3, text)});
+  CloseHandle(handle);
+  Require(CeUnmountDBVol(&volume), "unmounting");
+}
+
 void MakeEngineDatabase(const std::u16string& path, int records) {
   Engine engine(path);
   engine.Create();
