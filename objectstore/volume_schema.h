@@ -40,9 +40,11 @@ inline constexpr char kSetPageSize[] = "PRAGMA page_size = 4096";
 inline constexpr char kSetApplicationId[] = "PRAGMA application_id = 1481331268";  // kApplicationId in decimal
 inline constexpr char kSetFormatVersion[] = "PRAGMA user_version = 2";
 
-// The lock mode stands first: it must be set before the file is looked at for the first time.
+// The lock mode stands first: it must be set before the file is looked at for the first time. What is deleted is zeroed
+// where that writes no page more: else each page that becomes free would go through the log.
 inline constexpr char kSetUpConnection[] =
     "PRAGMA locking_mode = EXCLUSIVE;"
+    "PRAGMA secure_delete = FAST;"
     "PRAGMA synchronous = FULL;"
     "PRAGMA cell_size_check = ON;"
     "PRAGMA mmap_size = 0;"
