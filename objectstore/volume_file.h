@@ -20,6 +20,7 @@
 #include <string>
 
 #include "file_identity.h"
+#include "gathered_writes.h"
 #include "sqlite_statement.h"
 
 namespace objectstore {
@@ -71,6 +72,7 @@ class VolumeFile {
   Status CheckNeighbours() const;
   Status Connect();
   Status CheckSchema();
+  Status GatherLogWrites();
   Status ReasonOf(Status status) const;
   Status CheckStillThere() const;
   Status TakeUpLog();
@@ -102,6 +104,7 @@ class VolumeFile {
   int side_file_pages_ = 0;
   uint32_t format_version_ = 0;  // that the file says it has
   bool raises_version_ = false;  // the transaction under way makes it the newest
+  GatheredWrites log_writes_;
   Connection connection_;
   std::array<std::unique_ptr<Statement>, kQueryCount> statements_;
 };

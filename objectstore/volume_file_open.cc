@@ -104,6 +104,7 @@ Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std:
   STORE_TRY(file->CheckNeighbours());
   Status status = file->Connect();
   if (status == Status::kOk) status = file->CheckSchema();
+  if (status == Status::kOk) status = file->GatherLogWrites();
   if (status != Status::kOk) return file->ReasonOf(status);
   // Another process may have put another file in this one's place before the lock was ours.
   STORE_TRY(file->CheckStillThere());
@@ -180,6 +181,15 @@ Status VolumeFile::ReasonOf(Status status) const {
 Status VolumeFile::CheckSchema() {
   STORE_TRY(CheckHeaderNumbers(connection_.get(), format_version_));
   return CheckTableOfTables(connection_.get());
+}
+
+// SQLite has opened the log by now, and keeps it open for as long as it has the lock.
+Status VolumeFile::GatherLogWrites() {
+  sqlite3_file* log = nullptr;
+  STORE_TRY(StatusOfSqlite(sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log)));
+  if (log == nullptr || log->pMethods == nullptr) return Status::kCorrupt;
+  log_writes_.Begin(log);
+  return Status::kOk;
 }
 
 }  // namespace objectstore

@@ -1,0 +1,87 @@
+// See gathered_writes.h.
+#include "gathered_writes.h"
+
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
+
+namespace objectstore {
+
+namespace {
+
+constexpr int kRoomBytes = 1 << 16;
+
+}  // namespace
+
+GatheredWrites::GatheredWrites() : bytes_(new uint8_t[kRoomBytes]) {}
+
+void GatheredWrites::Begin(sqlite3_file* file) {
+  real_ = file->pMethods;
+  methods_ = *real_;
+  methods_.xClose = Close;
+  methods_.xRead = Read;
+  methods_.xWrite = Write;
+  methods_.xTruncate = Truncate;
+  methods_.xSync = Sync;
+  methods_.xFileSize = FileSize;
+  file->pMethods = &methods_;
+}
+
+// The file points to the methods, which are a part of the object.
+GatheredWrites& GatheredWrites::Of(sqlite3_file* file) {
+  static_assert(std::is_standard_layout_v<GatheredWrites> && offsetof(GatheredWrites, methods_) == 0);
+  return *reinterpret_cast<GatheredWrites*>(const_cast<sqlite3_io_methods*>(file->pMethods));
+}
+
+int GatheredWrites::HandOver(sqlite3_file* file) {
+  if (failure_ != SQLITE_OK || count_ == 0) return failure_;
+  failure_ = real_->xWrite(file, bytes_.get(), count_, start_);
+  count_ = 0;
+  return failure_;
+}
+
+// What nobody has synced need not be there.
+int GatheredWrites::Close(sqlite3_file* file) {
+  GatheredWrites& self = Of(file);
+  static_cast<void>(self.HandOver(file));
+  file->pMethods = self.real_;
+  return file->pMethods->xClose(file);
+}
+
+int GatheredWrites::Read(sqlite3_file* file, void* bytes, int count, sqlite3_int64 offset) {
+  GatheredWrites& self = Of(file);
+  const int result = self.HandOver(file);
+  return result == SQLITE_OK ? self.real_->xRead(file, bytes, count, offset) : result;
+}
+
+int GatheredWrites::Write(sqlite3_file* file, const void* bytes, int count, sqlite3_int64 offset) {
+  GatheredWrites& self = Of(file);
+  const bool goes_on = offset == self.start_ + self.count_ && count <= kRoomBytes - self.count_;
+  const int result = goes_on ? self.failure_ : self.HandOver(file);
+  if (result != SQLITE_OK) return result;
+  if (count > kRoomBytes) return self.failure_ = self.real_->xWrite(file, bytes, count, offset);
+  if (!goes_on) self.start_ = offset;
+  std::memcpy(self.bytes_.get() + self.count_, bytes, static_cast<size_t>(count));
+  self.count_ += count;
+  return SQLITE_OK;
+}
+
+int GatheredWrites::Truncate(sqlite3_file* file, sqlite3_int64 size) {
+  GatheredWrites& self = Of(file);
+  const int result = self.HandOver(file);
+  return result == SQLITE_OK ? self.real_->xTruncate(file, size) : result;
+}
+
+int GatheredWrites::Sync(sqlite3_file* file, int flags) {
+  GatheredWrites& self = Of(file);
+  const int result = self.HandOver(file);
+  return result == SQLITE_OK ? self.real_->xSync(file, flags) : result;
+}
+
+int GatheredWrites::FileSize(sqlite3_file* file, sqlite3_int64* size) {
+  GatheredWrites& self = Of(file);
+  const int result = self.HandOver(file);
+  return result == SQLITE_OK ? self.real_->xFileSize(file, size) : result;
+}
+
+}  // namespace objectstore
