@@ -48,9 +48,10 @@ int GatheredWrites::Close(sqlite3_file* file) {
   return file->pMethods->xClose(file);
 }
 
+// What was there before a write that failed is read all the same: the transaction of that write has been rolled back.
 int GatheredWrites::Read(sqlite3_file* file, void* bytes, int count, sqlite3_int64 offset) {
   GatheredWrites& self = Of(file);
-  const int result = self.HandOver(file);
+  const int result = self.count_ != 0 ? self.HandOver(file) : SQLITE_OK;
   return result == SQLITE_OK ? self.real_->xRead(file, bytes, count, offset) : result;
 }
 

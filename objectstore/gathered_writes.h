@@ -3,7 +3,7 @@
 //
 // (G1) Nothing is asked of the file, read from it, cut or synced before it has what was gathered: a sync that succeeds
 //      is a sync of everything.
-// (G2) After a write that failed, nothing succeeds that would have to follow it.
+// (G2) After a write that failed no write, cut or sync succeeds; what is in the file can still be read.
 #pragma once
 
 #include <sqlite3.h>
