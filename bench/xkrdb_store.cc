@@ -147,9 +147,12 @@ void XkrdbStore::OpenRecord(MDbRecset& recset, size_t position) {
   Require(MDbRecsetOpenRec(&env_, &recset), "opening a record");
 }
 
+// A pointer to any field loads the whole record; the fields are then copied from it, and the store is asked once.
 void XkrdbStore::CopyUpTo(size_t count, Copies& copies) {
   for (size_t position = 0; position < count; ++position) {
+    const MDbChar* text = nullptr;
     OpenRecord(records_, position);
+    Require(MDbRecsetGetFieldPtr(&env_, &records_, 0, &text), "loading a record");
     for (size_t field = 0; field < kFieldCount; ++field) {
       Require(
           MDbRecsetGetField(&env_, &records_, static_cast<int16_t>(field), copies.WideRoom(field), Copies::kRoomBytes),

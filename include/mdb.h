@@ -358,7 +358,8 @@ MDB_API uint8_t MDbDataRecIsOpened(const MDbDataRec* rec);
 MDB_API MDbStatus MDbDataRecGetFieldPtr(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbSchemaTbl* schema,
                                         MDbDataRec* rec, int16_t field, const MDbChar** text);
 /* Copies a field's text. A field that the record lacks: 0 and text as it was.  1 table or rec not open, or the record
- * cannot be read */
+ * cannot be read. Once MDbDataRecGetFieldPtr has loaded rec, this call and MDbDataRecGetFieldSize answer from what was
+ * loaded, as it was then, without a look at the table; a field that is not there is looked for as before. */
 MDB_API MDbStatus MDbDataRecReadField(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbDataRec* rec, int16_t field,
                                       MDbChar* text, uint32_t size);
 /* The size in bytes of a field's text; 2 for an empty one, 0 for one that the record lacks.  1 as above */
