@@ -102,6 +102,8 @@ class Database {
   void NoteOrders();
   std::vector<CEPROPID> ChoosePackedProperties() const;
   Status WriteRows(VolumeFile& file, std::span<const CEPROPID> packed, uint64_t flush, BodyWriter& writer);
+  void LeaveBlock(CEOID oid);
+  Status DropEmptyBlock(VolumeFile& file);
   Status WriteAsBlock(VolumeFile& file, uint64_t flush, BodyWriter& writer, bool& written);
   Status WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush, BodyWriter& writer);
 

@@ -40,6 +40,8 @@ void DecodePackedReferences(BodyReader& reader, std::vector<PackedReference>& re
 
 void DecodeRecordNames(BodyReader& reader, DatabaseHead& head) {
   head.packed.block_flush = reader.GetCount(std::numeric_limits<uint64_t>::max());
+  if (head.packed.block_flush != 0) head.packed.in_block.Decode(reader);
+  if ((head.packed.block_flush != 0) != (head.packed.in_block.count() != 0)) reader.Reject();
   for (size_t i = 0; i < head.description.sort_specs.list().size(); ++i) {
     const uint8_t flag = reader.Get8();
     if (flag > 1) reader.Reject();
@@ -93,6 +95,7 @@ std::span<const uint8_t> EncodeDatabaseHead(const DatabaseHead& head, const Pack
     writer.Put64(reference.flush);
   }
   writer.PutCount(packed.block_flush);
+  if (packed.block_flush != 0) packed.in_block.Encode(writer);
   for (size_t i = 0; i < description.sort_specs.list().size(); ++i) writer.Put8(head.by_identifier[i] ? 1 : 0);
   head.identifiers.Encode(writer);
   return writer.Seal(oid);

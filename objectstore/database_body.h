@@ -30,6 +30,7 @@ struct PackedReference {
 struct PackedParts {
   std::vector<PackedReference> columns;
   uint64_t block_flush = 0;  // of its block of records; 0: it has none
+  IdentifierRuns in_block;   // the records that are in the block alone: they have no rows, and all others have
 };
 
 // A database's row.

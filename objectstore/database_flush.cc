@@ -155,7 +155,8 @@ Status Database::LoadRecords(VolumeFile& file, CEOID last, RecordArena& arena, s
                          });
 }
 
-// Adds the block's records, but those that are deleted and those that a later flush gave a row.
+// Adds the block's records, but those that are deleted and those that a later flush gave a row. Which they are is said by
+// the database: a row that got lost must not be covered up by the block's older state of its record.
 Status Database::LoadBlock(VolumeFile& file, RecordArena& arena, std::vector<RecordRef>& records,
                            std::vector<uint64_t>& flushes) const {
   RecordBlock block;
@@ -180,8 +181,8 @@ Status Database::LoadBlock(VolumeFile& file, RecordArena& arena, std::vector<Rec
   for (size_t i = 0; i < block.oids.size(); ++i) {
     const CEOID oid = block.oids[i];
     take_rows(oid);
-    const bool has_row = row < rows.size() && rows[row]->oid() == oid;
-    if (has_row || !head_.identifiers.Has(oid)) continue;
+    if (!head_.packed.in_block.Has(oid)) continue;
+    if (row < rows.size() && rows[row]->oid() == oid) return Status::kCorrupt;
     records.push_back(block.RecordAt(i, values, &arena));
     records.back()->in_file = true;
     records.back()->changed = kUnchanged;
@@ -220,6 +221,7 @@ Status Database::WriteChanges(VolumeFile& file, uint64_t flush, BodyWriter& writ
   if (!as_block) {
     const std::vector<CEPROPID> packed = ChoosePackedProperties();
     STORE_TRY(WriteRows(file, packed, flush, writer));
+    STORE_TRY(DropEmptyBlock(file));
     for (const CEPROPID property : packed) STORE_TRY(WritePacked(file, property, flush, writer));
   }
   NoteOrders();
@@ -233,11 +235,27 @@ Status Database::WriteRows(VolumeFile& file, std::span<const CEPROPID> packed, u
     if (std::find(packed.begin(), packed.end(), record->changed) != packed.end()) continue;
     const int64_t key = RowKey(oid_, oid);
     STORE_TRY(file.Put(Table::kRecord, key, EncodeRecord(*record, key, flush, writer)));
+    LeaveBlock(oid);
   }
   for (const CEOID oid : deleted_records_) {
+    LeaveBlock(oid);
     STORE_TRY(file.Delete(Table::kRecord, RowKey(oid_, oid), RowKey(oid_, oid)));
   }
   return Status::kOk;
+}
+
+void Database::LeaveBlock(CEOID oid) {
+  IdentifierRuns& in_block = packed_after_flush_.in_block;
+  if (!in_block.Has(oid)) return;
+  in_block.Reserve();
+  in_block.Remove(oid);
+}
+
+Status Database::DropEmptyBlock(VolumeFile& file) {
+  if (packed_after_flush_.block_flush == 0 || packed_after_flush_.in_block.count() != 0) return Status::kOk;
+  packed_after_flush_.block_flush = 0;
+  const int64_t key = RowKey(oid_, kBlockRow);
+  return file.Delete(Table::kPacked, key, key);
 }
 
 // A database that the file does not have yet, of many records of a few numbers each, such as an application's list of
@@ -255,6 +273,7 @@ Status Database::WriteAsBlock(VolumeFile& file, uint64_t flush, BodyWriter& writ
   const int64_t key = RowKey(oid_, kBlockRow);
   STORE_TRY(file.Put(Table::kPacked, key, EncodeBlock(block, key, writer)));
   packed_after_flush_.block_flush = flush;
+  packed_after_flush_.in_block = head_.identifiers;
   written = true;
   return Status::kOk;
 }

@@ -188,12 +188,12 @@ void Salvage::FindHomeless() {
   }
 }
 
-// A block is not written anew when records of it are deleted; the database's row tells.
+// A block is not written anew when records of it are deleted or get rows; the database's row tells.
 void Salvage::DropDeleted(CEOID oid, const FoundDatabase& database) {
   if (database.description_lost || !database.head.names_records) return;
   const auto [first, end] = RecordsOf(oid);
   for (auto record = first; record != end;) {
-    const bool deleted = record->second.in_block && !database.head.identifiers.Has(LowWord(record->first));
+    const bool deleted = record->second.in_block && !database.head.packed.in_block.Has(LowWord(record->first));
     record = deleted ? records_.erase(record) : std::next(record);
   }
 }

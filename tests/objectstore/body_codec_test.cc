@@ -68,7 +68,7 @@ const Bytes kFirstPackedBytes = FromHex(
     "12 00 00 00 FF FF FF FF");  //
 
 const Bytes kDatabaseBytes = FromHex(
-    "8C C5 86 8C 8D 6D 8F EB 64 "
+    "3B 5F C3 44 02 CE 1D C7 64 "
     "03 44 00 62 00 E9 00 "                       // name
     "04 03 02 01 "                                // type
     "00 00 01 00 "                                // flags
@@ -78,7 +78,7 @@ const Bytes kDatabaseBytes = FromHex(
     "02 1F 00 02 00 03 00 00 00 "                 // sort orders
     "13 00 01 00 00 00 00 00 "                    //
     "01 00 13 00 01 00 05 00 00 00 00 00 00 00 "  // packed columns
-    "06 "                                         // flush of the block
+    "06 01 11 01 "                                // flush of the block; runs: the record 0x11
     "00 01 "                                      // the second order goes by identifier
     "02 11 01 80 01 01");                         // runs: one record from 0x11 on, one from 0x92 on
 
@@ -187,6 +187,8 @@ TEST(BodyCodec, ADatabasesBodyHasTheseBytes) {
   ASSERT_EQ(DecodeDatabaseHead(kDatabaseBytes, kDatabase, head), Status::kOk);
   ExpectGoldenDescription(head);
   EXPECT_EQ(head.packed.block_flush, 6u);
+  EXPECT_EQ(head.packed.in_block.count(), 1u);
+  EXPECT_TRUE(head.packed.in_block.Has(0x11));
   EXPECT_TRUE(head.names_records);
   EXPECT_FALSE(head.by_identifier[0]);
   EXPECT_TRUE(head.by_identifier[1]);
@@ -408,6 +410,9 @@ TEST(BodyCodec, FieldsThatBreakARuleAreCorruptUnderARightChecksum) {
       {"an order that is neither by identifier nor not", kGolden[4],
        "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 01 00 00 00 44 00 00 00 00 00 00 00 "
        "01 13 00 01 00 00 00 00 00 00 00 00 02 01 11 01"},
+      {"a block that holds no record alone", kGolden[4],
+       "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 01 00 00 00 44 00 00 00 00 00 00 00 "
+       "00 00 00 06 00 01 11 01"},
       {"fewer identifiers than records", kGolden[4],
        "01 41 00 04 03 02 01 00 00 01 00 00 00 00 00 00 00 00 00 02 00 00 00 44 00 00 00 00 00 00 00 "
        "00 00 00 00 01 11 01"},

@@ -71,6 +71,34 @@ TEST_F(RecordBlocks, AColumnCountsForTheRecordsOfABlock) {
   EXPECT_EQ(Contents(guid_, database_)[oids_[9]], std::to_string(1000 - 9 * 7) + " - " + std::to_string(oids_[9] * 5));
 }
 
+TEST_F(RecordBlocks, ABlockInWhichNothingIsLeftIsDeleted) {
+  for (size_t i = 0; i < oids_.size(); ++i) {
+    if (i % 2 == 0) {
+      ASSERT_TRUE(CeDeleteRecord(handle_, oids_[i]));
+    } else {
+      ASSERT_NE(Write(handle_, oids_[i], 1, u"with a text", 2), 0u);
+    }
+  }
+  ExpectLasting(100, 0);
+}
+
+// The block still holds an older state of the record; it must not stand in for the row.
+TEST_F(RecordBlocks, ARowThatGotLostIsNotReplacedByTheBlock) {
+  SetNumber(handle_, oids_[5], kOther, 4711);
+  Unmount(guid_);
+  const std::string sound = Bytes(File());
+  ChangeBehindTheStore(File(), "DELETE FROM record");
+  guid_ = Mount(OPEN_EXISTING);
+  CEOID oid = database_;
+  EXPECT_EQ(CeOpenDatabaseEx(&guid_, &oid, nullptr, 0, 0, nullptr), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_CORRUPT});
+  Unmount(guid_);
+  WriteBytes(File(), sound);
+  ChangeBehindTheStore(File(), "INSERT INTO record SELECT key + 1, body FROM record");
+  guid_ = Mount(OPEN_EXISTING);
+  EXPECT_EQ(CeOpenDatabaseEx(&guid_, &oid, nullptr, 0, 0, nullptr), INVALID_HANDLE_VALUE);
+}
+
 TEST_F(RecordBlocks, ADeletedDatabaseTakesItsBlockAlong) {
   ASSERT_TRUE(CloseHandle(handle_));
   ASSERT_TRUE(CeDeleteDatabaseEx(&guid_, database_));
