@@ -239,6 +239,22 @@ TEST_F(DataRecord, ALoadedRecordAnswersAlsoWithItsTableClosed) {
   EXPECT_EQ(6u, size);
 }
 
+TEST_F(DataRecord, ALoadedRecordAnswersAsItWasLoadedUntilItIsOpenedAgain) {
+  const uint32_t oid = Add({u"Anna", u"42", u""});
+  {
+    OpenedRecord record(&env, oid);
+    const MDbChar* pointer = nullptr;
+    uint32_t size = 0;
+    ASSERT_EQ(MDbStatusOk, Pointer(record.get(), 0, &pointer));
+    ASSERT_EQ(MDbStatusOk, mdb::WriteField(&env, ref(), table(), record.get(), 1, u"4711"));
+    EXPECT_EQ(u"42", TextOf(record.get(), 1));
+    EXPECT_EQ(MDbStatusOk, Size(record.get(), 1, &size));
+    EXPECT_EQ(6u, size);
+  }
+  OpenedRecord record(&env, oid);
+  EXPECT_EQ(u"4711", TextOf(record.get(), 1));
+}
+
 // ---- sizes
 
 TEST_F(DataRecord, FieldSizeIsTheTextsBytesWithItsTerminator) {
