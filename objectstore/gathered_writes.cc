@@ -17,20 +17,20 @@ GatheredWrites::GatheredWrites() : bytes_(new uint8_t[kRoomBytes]) {}
 
 void GatheredWrites::Begin(sqlite3_file* file) {
   real_ = file->pMethods;
-  methods_ = *real_;
-  methods_.xClose = Close;
-  methods_.xRead = Read;
-  methods_.xWrite = Write;
-  methods_.xTruncate = Truncate;
-  methods_.xSync = Sync;
-  methods_.xFileSize = FileSize;
-  file->pMethods = &methods_;
+  methods_ = {*real_, this};
+  methods_.io.xClose = Close;
+  methods_.io.xRead = Read;
+  methods_.io.xWrite = Write;
+  methods_.io.xTruncate = Truncate;
+  methods_.io.xSync = Sync;
+  methods_.io.xFileSize = FileSize;
+  file->pMethods = &methods_.io;
 }
 
-// The file points to the methods, which are a part of the object.
+// The file points to the first member of what its methods stand in.
 GatheredWrites& GatheredWrites::Of(sqlite3_file* file) {
-  static_assert(std::is_standard_layout_v<GatheredWrites> && offsetof(GatheredWrites, methods_) == 0);
-  return *reinterpret_cast<GatheredWrites*>(const_cast<sqlite3_io_methods*>(file->pMethods));
+  static_assert(std::is_standard_layout_v<Methods> && offsetof(Methods, io) == 0);
+  return *reinterpret_cast<const Methods*>(file->pMethods)->owner;
 }
 
 int GatheredWrites::HandOver(sqlite3_file* file) {

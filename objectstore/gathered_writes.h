@@ -23,6 +23,10 @@ class GatheredWrites {
   void Begin(sqlite3_file* file);
 
  private:
+  struct Methods {
+    sqlite3_io_methods io = {};
+    GatheredWrites* owner = nullptr;
+  };
   static GatheredWrites& Of(sqlite3_file* file);
   static int Close(sqlite3_file* file);
   static int Read(sqlite3_file* file, void* bytes, int count, sqlite3_int64 offset);
@@ -32,7 +36,7 @@ class GatheredWrites {
   static int FileSize(sqlite3_file* file, sqlite3_int64* size);
   int HandOver(sqlite3_file* file);
 
-  sqlite3_io_methods methods_ = {};
+  Methods methods_;
   const sqlite3_io_methods* real_ = nullptr;
   std::unique_ptr<uint8_t[]> bytes_;
   int count_ = 0;
