@@ -64,6 +64,20 @@ TEST_F(VolumeFile, EveryFlushSurvivesTheEndOfTheProcess) {
   Unmount(guid);
 }
 
+TEST_F(VolumeFile, ADeletedRecordsTextIsGoneFromAPageThatStays) {
+  const CEGUID guid = Mount(CREATE_NEW);
+  const HANDLE handle = Open(guid, Create(guid, u"a"));
+  const CEOID kept = Write(handle, 0, 1, u"a text that stays");
+  const CEOID gone = Write(handle, 0, 2, u"a text that goes");
+  ASSERT_TRUE(CeFlushDBVol(&guid));
+  ASSERT_TRUE(CeDeleteRecord(handle, gone));
+  ASSERT_NE(Write(handle, kept, 3, u"a text that stays"), 0u);
+  Unmount(guid);
+  const std::string bytes = Bytes(File());
+  EXPECT_NE(bytes.find("a text that stays"), std::string::npos);
+  EXPECT_EQ(bytes.find("a text that goes"), std::string::npos);
+}
+
 TEST_F(VolumeFile, FlushesGoOnAfterTheSideFileWasTakenUp) {
   CEGUID guid = Mount(CREATE_NEW);
   const CEOID database = Create(guid, u"a");
