@@ -7,16 +7,18 @@ namespace objectstore {
 
 namespace {
 
-// Makes the client's buffer hold so many bytes. What it holds on failure stays the client's.
-Status ProvideBuffer(const ReadRequest& request, size_t bytes) {
+// Makes the client's buffer hold so many bytes. What it holds on failure stays the client's. For no bytes there may be no
+// buffer: block is null then.
+Status ProvideBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
   const bool has_buffer = request.buffer != nullptr && *request.buffer != nullptr;
   const size_t capacity = has_buffer ? *request.size : 0;
   *request.size = static_cast<DWORD>(bytes);
+  block = has_buffer ? *request.buffer : nullptr;
   if (bytes <= capacity) return Status::kOk;
   if (!request.may_allocate) return Status::kInsufficientBuffer;
-  void* block = has_buffer ? LocalReAlloc(*request.buffer, bytes, LMEM_MOVEABLE) : LocalAlloc(LMEM_FIXED, bytes);
-  if (block == nullptr) return Status::kInsufficientBuffer;
-  *request.buffer = static_cast<BYTE*>(block);
+  void* made = has_buffer ? LocalReAlloc(block, bytes, LMEM_MOVEABLE) : LocalAlloc(LMEM_FIXED, bytes);
+  if (made == nullptr) return Status::kInsufficientBuffer;
+  block = *request.buffer = static_cast<BYTE*>(made);
   return Status::kOk;
 }
 
@@ -24,10 +26,12 @@ Status ReadAll(const Record& record, const ReadRequest& request) {
   const size_t count = record.property_count();
   size_t bytes = count * sizeof(CEPROPVAL);
   for (size_t i = 0; i < count; ++i) bytes = record.BlockBytesBehind(bytes, i);
-  STORE_TRY(ProvideBuffer(request, bytes));
-  BlockWriter writer(request.buffer != nullptr ? *request.buffer : nullptr, count);
-  for (size_t i = 0; i < count; ++i) writer.Add(record.At(i));
+  BYTE* block = nullptr;
+  STORE_TRY(ProvideBuffer(request, bytes, block));
   *request.count = static_cast<WORD>(count);
+  if (block == nullptr) return Status::kOk;
+  BlockWriter writer(block, count);
+  for (size_t i = 0; i < count; ++i) writer.Add(record.At(i));
   return Status::kOk;
 }
 
@@ -46,8 +50,10 @@ Status ReadSelected(const Record& record, const ReadRequest& request, size_t& hi
     if (!found_one) hint = index;
     found_one = true;
   }
-  STORE_TRY(ProvideBuffer(request, bytes));
-  BlockWriter writer(request.buffer != nullptr ? *request.buffer : nullptr, count);
+  BYTE* block = nullptr;
+  STORE_TRY(ProvideBuffer(request, bytes, block));
+  if (block == nullptr) return Status::kNoData;  // nothing was asked for
+  BlockWriter writer(block, count);
   next = hint;
   for (size_t i = 0; i < count; ++i) {
     const size_t index = record.IndexOf(request.ids[i], next);
@@ -64,8 +70,10 @@ Status ReadSelected(const Record& record, const ReadRequest& request, size_t& hi
 // The usual request, for one property that the record has; the same steps without loops.
 Status ReadOne(const Record& record, size_t index, const ReadRequest& request, size_t& hint) {
   hint = index;
-  STORE_TRY(ProvideBuffer(request, record.BlockBytesBehind(sizeof(CEPROPVAL), index)));
-  BlockWriter writer(*request.buffer, 1);
+  BYTE* block = nullptr;
+  STORE_TRY(ProvideBuffer(request, record.BlockBytesBehind(sizeof(CEPROPVAL), index), block));
+  if (block == nullptr) return Status::kInsufficientBuffer;
+  BlockWriter writer(block, 1);
   writer.Add(record.At(index));
   return Status::kOk;
 }
