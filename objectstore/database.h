@@ -43,6 +43,7 @@ class Database {
   // What the file says of an older format's database leaves open which records it has, until it is loaded. It can be
   // written only then.
   bool names_records() const { return head_.names_records; }
+  bool Names(CEOID record) const { return head_.identifiers.Has(record); }
 
   // Of a loaded database; else the first records, as many as have been read.
   std::span<const RecordRef> records() const { return records_; }

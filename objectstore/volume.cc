@@ -98,13 +98,14 @@ Database* Volume::FindByName(const DatabaseName& name) const {
   return nullptr;
 }
 
-// The file is asked about databases that nobody has needed yet; a look into it is cheaper than loading them.
+// What a database of an older format holds is asked of the file as long as nobody has needed it; a look there is cheaper
+// than loading it.
 Status Volume::FindOwner(CEOID record, Database*& owner) {
   owner = nullptr;
   for (const auto& database : databases_) {
     bool holds = false;
-    if (database->loaded()) {
-      holds = database->Find(record) != nullptr;
+    if (database->names_records()) {
+      holds = database->Names(record);
     } else {
       const int64_t key = RowKey(database->oid(), record);
       STORE_TRY(NoteDamage(file_->ForEachRow(Table::kRecord, key, key, [&holds](int64_t, std::span<const uint8_t>) {

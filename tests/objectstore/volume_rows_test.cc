@@ -47,6 +47,17 @@ class RecordBlocks : public VolumeFileTest {
 
 TEST_F(RecordBlocks, ManyRecordsOfNumbersAreOneRow) { ExpectLasting(0, 1); }
 
+TEST_F(RecordBlocks, ARecordsDatabaseIsKnownBeforeAnybodyHasOpenedIt) {
+  ASSERT_TRUE(CeDeleteRecord(handle_, oids_[9]));
+  Unmount(guid_);
+  guid_ = Mount(OPEN_EXISTING);
+  CEOIDINFO info = {};
+  ASSERT_TRUE(CeOidGetInfoEx(&guid_, oids_[3], &info));
+  EXPECT_EQ(info.wObjType, OBJTYPE_RECORD);
+  EXPECT_EQ(info.infRecord.oidParent, database_);
+  EXPECT_FALSE(CeOidGetInfoEx(&guid_, oids_[9], &info));
+}
+
 TEST_F(RecordBlocks, ADeletedRecordDoesNotComeBack) {
   for (size_t i = 0; i < oids_.size(); i += 3) ASSERT_TRUE(CeDeleteRecord(handle_, oids_[i]));
   ExpectLasting(0, 1);
