@@ -228,13 +228,26 @@ std::vector<Finding> FileFindings(const std::string& path) {
   return findings;
 }
 
-// The library refuses a file with damage in it. What is damaged is said all the same.
-ExitCode ReportUnopened(const CheckOptions& options, const std::vector<Finding>& findings, const ToolError& error) {
+// The library refuses a file with damage in it, or a table of it. What is damaged is said all the same.
+ExitCode ReportDamaged(const CheckOptions& options, const std::vector<Finding>& findings, const char* what_fails) {
   WriteOutput(InForm(findings, options.output));
-  if (error.code() != ExitCode::kNotDatabase) throw error;
-  PrintMessage(fmt::format("xkrdb: {} is damaged and cannot be opened: {}; \"xkrdb repair\" saves what is sound",
-                           options.database, Counted(findings.size(), "fault", "faults")));
-  return error.code();
+  PrintMessage(fmt::format("xkrdb: {} is damaged and cannot be {}: {}; \"xkrdb repair\" saves what is sound",
+                           options.database, what_fails, Counted(findings.size(), "fault", "faults")));
+  return ExitCode::kNotDatabase;
+}
+
+// A table opens with its first records. Its last one is there only when all of them are.
+bool CanReadWhole(Database& database) {
+  try {
+    RecordSet all(database);
+    const uint32_t records = all.Count();
+    if (records != 0) static_cast<void>(all.Read(records - 1));
+    const uint32_t entries = std::min(database.LogCount(), kReachableLogEntries);
+    if (entries != 0) static_cast<void>(database.LogEntry(entries - 1));
+    return true;
+  } catch (const ToolError&) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -247,9 +260,12 @@ ExitCode RunCheck(const CheckOptions& options) {
     opened.emplace(options.database);
   } catch (const ToolError& error) {
     if (findings.empty()) throw;
-    return ReportUnopened(options, findings, error);
+    if (error.code() == ExitCode::kNotDatabase) return ReportDamaged(options, findings, "opened");
+    WriteOutput(InForm(findings, options.output));
+    throw;
   }
   Database& database = *opened;
+  if (!findings.empty() && !CanReadWhole(database)) return ReportDamaged(options, findings, "read whole");
   findings = Checker(database, std::move(findings)).Run();
   const uint32_t records = database.RecordCount();
   const uint32_t entries = database.LogCount();

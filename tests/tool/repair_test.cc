@@ -76,7 +76,7 @@ TEST_F(Repair, ADamagedRowIsNamedByCheckAndLeftOutByRepair) {
   EXPECT_NE(check.out.find(": the row's checksum does not hold\n"), std::string::npos) << check.out;
   EXPECT_NE(check.out.find("fault: database DATA_0: 1 of 100 records are missing\n"), std::string::npos) << check.out;
   EXPECT_EQ(check.err,
-            "xkrdb: damaged.xdb is damaged and cannot be opened: 2 faults; \"xkrdb repair\" saves what is sound\n");
+            "xkrdb: damaged.xdb is damaged and cannot be read whole: 2 faults; \"xkrdb repair\" saves what is sound\n");
   const Outcome outcome = Xkrdb({"repair", "damaged.xdb", "saved.xdb"});
   EXPECT_EQ(outcome.code, 1);
   EXPECT_EQ(outcome.out, check.out +
