@@ -1,11 +1,10 @@
 // Where a client's call enters: it waits for the store, and nothing but a last-error number leaves it.
 #pragma once
 
-#include <sys/single_threaded.h>
-
 #include <mutex>
 #include <new>
 
+#include "process_threads.h"
 #include "store.h"
 
 namespace objectstore {
@@ -20,29 +19,12 @@ struct SharedStore {
   }
 };
 
-// Holds the lock for a scope, if there is another thread that it could keep out. No call starts a thread, so that the
-// process cannot cease to have a single one in between.
-class StoreGuard {
- public:
-  explicit StoreGuard(std::mutex& lock) : lock_(__libc_single_threaded != 0 ? nullptr : &lock) {
-    if (lock_ != nullptr) lock_->lock();
-  }
-  StoreGuard(const StoreGuard&) = delete;
-  StoreGuard& operator=(const StoreGuard&) = delete;
-  ~StoreGuard() {
-    if (lock_ != nullptr) lock_->unlock();
-  }
-
- private:
-  std::mutex* lock_;
-};
-
 // Runs a call's body. Short memory becomes the given number; nothing is thrown.
 template <typename Body>
 Status Enter(Body body, Status when_memory_is_short = Status::kNotEnoughMemory) noexcept {
   try {
     SharedStore& shared = SharedStore::Get();
-    const StoreGuard guard(shared.lock);
+    const HoldAmongThreads guard(shared.lock);
     return body(shared.store);
   } catch (...) {
     return when_memory_is_short;

@@ -5,10 +5,6 @@
 //      slot whose session has been closed, sees by the slot's number that it is not the one it wants.
 #pragma once
 
-#if __has_include(<sys/single_threaded.h>)
-#include <sys/single_threaded.h>
-#endif
-
 #include <atomic>
 #include <cstdint>
 #include <deque>
@@ -16,35 +12,10 @@
 #include <mutex>
 #include <vector>
 
+#include "process_threads.h"
 #include "word_search.h"
 
 namespace wordbreaker {
-
-// True only while the process has no second thread.
-inline bool IsSingleThreaded() {
-#if __has_include(<sys/single_threaded.h>)
-  return __libc_single_threaded != 0;
-#else
-  return false;
-#endif
-}
-
-// Holds a mutex, unless nobody else is there who could want it: that is dearer than the search of a short text. The
-// holder starts no threads.
-class HoldAmongThreads {
- public:
-  explicit HoldAmongThreads(std::mutex& mutex) : mutex_(IsSingleThreaded() ? nullptr : &mutex) {
-    if (mutex_ != nullptr) mutex_->lock();
-  }
-  ~HoldAmongThreads() {
-    if (mutex_ != nullptr) mutex_->unlock();
-  }
-  HoldAmongThreads(const HoldAmongThreads&) = delete;
-  HoldAmongThreads& operator=(const HoldAmongThreads&) = delete;
-
- private:
-  std::mutex* mutex_;
-};
 
 class SessionTable {
  public:
