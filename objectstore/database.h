@@ -4,7 +4,8 @@
 // (D1) records_ is in ascending order of the identifier.
 // (D2) Every order that has been built holds every record once.
 // (D3) The description's count and size are those of the records.
-// (D4) A change first gathers all memory that it needs and then happens whole; bad_alloc leaves everything as it was.
+// (D4) Until the database is loaded, records_ holds the first records, or none.
+// (D5) A change first gathers all memory that it needs and then happens whole; bad_alloc leaves everything as it was.
 #pragma once
 
 #include <memory>
@@ -48,7 +49,7 @@ class Database {
   // Of a loaded database; else the first records, as many as have been read.
   std::span<const RecordRef> records() const { return records_; }
 
-  // Of a loaded database, all of them.
+  // Of a loaded database.
   Record* Find(CEOID oid) const;
   size_t PositionByIdentifier(CEOID oid) const;  // the number of records with a smaller identifier
 
@@ -59,10 +60,10 @@ class Database {
   // Writes a record under a new identifier, or in the place of an older state of it.
   Status PutRecord(RecordRef record);
   void RemoveRecord(CEOID oid);
+  void ReserveForRemoval();
 
   // Gives a record another value of four bytes, one that no order sorts on.
   void SetNumber(Record& record, size_t index, uint32_t number);
-  void ReserveForRemoval();
 
   // Takes a changed description; its count and size are not looked at. New sort orders must fit the records.
   Status SetDescription(const Description& description, bool with_time);
@@ -98,8 +99,6 @@ class Database {
   void BuildAwaitedOrders(std::span<const RecordRef> records, std::vector<SortOrder>& built) const;
   bool GoesByIdentifier(const SORTORDERSPEC* order) const;
   Status ApplyPacked(VolumeFile& file, std::span<const RecordRef> records, std::span<const uint64_t> flushes) const;
-  void NameRecords(std::span<const RecordRef> records);
-  bool AreNamed(std::span<const RecordRef> records) const;
   void NoteOrders();
   std::vector<CEPROPID> ChoosePackedProperties() const;
   Status WriteRows(VolumeFile& file, std::span<const CEPROPID> packed, uint64_t flush, BodyWriter& writer);

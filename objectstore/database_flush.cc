@@ -1,6 +1,8 @@
 // Databases to and from the file.
 //
-// A record's row holds the number of the flush that wrote it. When a flush finds that many records changed in nothing
+// A record's row holds the number of the flush that wrote it. A new database of many records of a few numbers each is
+// written as one block instead of rows; a record that changes later gets a row, and the database says which are in the
+// block alone. When a flush finds that many records changed in nothing
 // but one property of four bytes, it writes that property's values of all records as one packed column instead of the
 // rows. A column's value counts for a record whose row is not newer than the column.
 #include <algorithm>
@@ -39,6 +41,16 @@ void Count(std::vector<Tally>& tallies, CEPROPID property) {
   }
 }
 
+// A head of the first layout does not say which records there are.
+IdentifierRuns RunsOf(std::span<const RecordRef> records) {
+  IdentifierRuns runs;
+  for (const RecordRef& record : records) {
+    runs.Reserve();
+    runs.Add(record->oid());
+  }
+  return runs;
+}
+
 // Gives one record its value from a column.
 Status ApplyColumn(const PackedColumn& column, Record& record) {
   const size_t index = record.IndexOf(column.property);
@@ -64,8 +76,8 @@ Status Database::Load(VolumeFile* file, CEOID next_identifier) {
   STORE_TRY(LoadRange(*file, kLastLowWord, arena, records));
   uint64_t bytes = 0;
   for (const RecordRef& record : records) bytes += record->counted_bytes();
-  if (!head_.names_records) NameRecords(records);
-  const bool agrees = head_.identifiers.Name(records) && records.size() == head_.description.record_count &&
+  IdentifierRuns identifiers = head_.names_records ? head_.identifiers : RunsOf(records);
+  const bool agrees = identifiers.Name(records) && records.size() == head_.description.record_count &&
                       bytes == head_.description.record_bytes &&
                       (records.empty() || records.back()->oid() < next_identifier);
   if (!agrees) return Status::kCorrupt;
@@ -74,6 +86,8 @@ Status Database::Load(VolumeFile* file, CEOID next_identifier) {
   arena_.Swap(arena);
   records_.swap(records);
   std::move(orders.begin(), orders.end(), orders_.begin());  // in their places, which handles know
+  std::swap(head_.identifiers, identifiers);
+  head_.names_records = true;
   loaded_ = true;
   return Status::kOk;
 }
@@ -119,17 +133,6 @@ void Database::BuildAwaitedOrders(std::span<const RecordRef> records, std::vecto
   }
 }
 
-// A head of the first layout does not say which records there are.
-void Database::NameRecords(std::span<const RecordRef> records) {
-  IdentifierRuns identifiers;
-  for (const RecordRef& record : records) {
-    identifiers.Reserve();
-    identifiers.Add(record->oid());
-  }
-  std::swap(head_.identifiers, identifiers);
-  head_.names_records = true;
-}
-
 // An order that nothing has asked for since it may have changed is not known to go by identifier.
 void Database::NoteOrders() {
   if (!loaded_) return;
@@ -147,8 +150,7 @@ Status Database::LoadRecords(VolumeFile& file, CEOID last, RecordArena& arena, s
                            if (LowWord(key) == 0 || LowWord(key) == oid_) return Status::kCorrupt;
                            if (records.size() == head_.description.record_count) return Status::kCorrupt;
                            STORE_TRY(decoder.Decode(body, key, record, flush, &arena));
-                           record->in_file = true;
-                           record->changed = kUnchanged;
+                           record->MarkSaved();
                            records.push_back(std::move(record));
                            flushes.push_back(flush);
                            return Status::kOk;
@@ -184,8 +186,7 @@ Status Database::LoadBlock(VolumeFile& file, RecordArena& arena, std::vector<Rec
     if (!head_.packed.in_block.Has(oid)) continue;
     if (row < rows.size() && rows[row]->oid() == oid) return Status::kCorrupt;
     records.push_back(block.RecordAt(i, values, &arena));
-    records.back()->in_file = true;
-    records.back()->changed = kUnchanged;
+    records.back()->MarkSaved();
     flushes.push_back(block.flush);
   }
   take_rows(uint64_t{kLastLowWord} + 1);
@@ -322,10 +323,7 @@ Status Database::WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush
 
 void Database::ForgetChanges() {
   for (const CEOID oid : changed_records_) {
-    Record* record = Find(oid);
-    if (record == nullptr) continue;
-    record->in_file = true;
-    record->changed = kUnchanged;
+    if (Record* record = Find(oid)) record->MarkSaved();
   }
   changed_records_.clear();
   deleted_records_.clear();

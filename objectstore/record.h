@@ -105,6 +105,12 @@ class Record {
   // The text sort key of each order, once an order has needed it. It belongs to the record's text, so it is no change.
   std::array<std::unique_ptr<uint8_t[]>, CEDB_MAXSORTORDER> text_keys;
 
+  // The file holds the record as it is.
+  void MarkSaved() {
+    in_file = true;
+    changed = kUnchanged;
+  }
+
   bool in_file = false;              // the file holds this record or an older state of it
   CEPROPID changed = kChangedWhole;  // kUnchanged, a property's identifier, or kChangedWhole
 

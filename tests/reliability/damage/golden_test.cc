@@ -127,6 +127,34 @@ TEST_F(Golden, TheEngineOpensItsOwnAndRefusesTheOthers) {
   EXPECT_EQ(MDbShutdown(&env, 0, 0), MDbStatusOk);
 }
 
+// What is missing from an older volume's database must not become the state of a newer one.
+TEST_F(Golden, ADamagedDatabaseOfAnOlderVolumeIsNotWrittenAnew) {
+  const path copy = Copy("v1/every_type.vol", false);
+  sqlite3* connection = nullptr;
+  ASSERT_EQ(sqlite3_open_v2(copy.c_str(), &connection, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(connection, "DELETE FROM record WHERE key = (SELECT min(key) FROM record)", nullptr, nullptr,
+                         nullptr),
+            SQLITE_OK);
+  sqlite3_close(connection);
+  CEGUID guid;
+  ASSERT_TRUE(CeMountDBVol(&guid, copy.u16string().c_str(), OPEN_EXISTING));
+  const HANDLE databases = CeFindFirstDatabaseEx(&guid, 0);
+  CEOID damaged = CeFindNextDatabaseEx(databases, nullptr);
+  EXPECT_TRUE(CloseHandle(databases));
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    EXPECT_EQ(CeOpenDatabaseEx(&guid, &damaged, nullptr, 0, 0, nullptr), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_CORRUPT});
+    CEDBASEINFO info = {};
+    info.dwFlags = CEDB_VALIDNAME;
+    std::u16string(u"renamed").copy(info.szDbaseName, CEDB_MAXDBASENAMELEN);
+    EXPECT_FALSE(CeSetDatabaseInfoEx(&guid, damaged, &info));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_CORRUPT});
+  }
+  EXPECT_TRUE(CeUnmountDBVol(&guid));
+  ASSERT_TRUE(CeMountDBVol(&guid, copy.u16string().c_str(), OPEN_EXISTING));
+  EXPECT_TRUE(CeUnmountDBVol(&guid));
+}
+
 // What makes these volumes worth keeping is in them: a later one that lacks it would be no golden volume.
 TEST_F(Golden, TheVolumesHoldWhatTheyAreKeptFor) {
   EXPECT_EQ(PackedColumns(Copy("v2/list.vol", false)), 2) << "a block and a column";
