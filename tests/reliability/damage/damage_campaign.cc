@@ -145,21 +145,6 @@ Options Parse(int argc, char** argv) {
   return options;
 }
 
-// A volume without the engine.
-Subject Make(const TemporaryDirectory& folder, const char* name, void (*make)(const std::u16string&)) {
-  const std::filesystem::path path = folder.path() / name;
-  make(path.u16string());
-  return TakeSubject(name, path, {TextOfFile(path.u16string()).text});
-}
-
-Subject Make(const TemporaryDirectory& folder, const char* name, int records, int steps) {
-  const std::filesystem::path path = folder.path() / name;
-  MakeEngineDatabase(path.u16string(), records);
-  std::vector<std::string> states = {TextOfFile(path.u16string()).text};
-  if (steps > 0) states = LeaveKilledWriter(path.u16string(), steps);
-  return TakeSubject(name, path, std::move(states));
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -172,12 +157,12 @@ int main(int argc, char** argv) {
   std::printf("damage_campaign: seed %llu\n", static_cast<unsigned long long>(options.seed));
   const auto start = std::chrono::steady_clock::now();
   const TemporaryDirectory folder;
-  const Subject small = Make(folder, "small.xdb", 80, 0);
-  const Subject types = Make(folder, "types.vol", MakeEveryTypeVolume);
-  const Subject list = Make(folder, "list.vol", MakeListVolume);
-  const Subject killed = Make(folder, "killed.xdb", 12, 5);
-  const Subject large = Make(folder, "large.xdb", 5000, 0);
-  const Subject large_killed = Make(folder, "large_killed.xdb", 5000, 40);
+  const Subject small = EngineSubject(folder.path(), "small.xdb", 80, 0);
+  const Subject types = TypesSubject(folder.path(), "types.vol");
+  const Subject list = ListSubject(folder.path(), "list.vol");
+  const Subject killed = EngineSubject(folder.path(), "killed.xdb", 12, 5);
+  const Subject large = EngineSubject(folder.path(), "large.xdb", 5000, 0);
+  const Subject large_killed = EngineSubject(folder.path(), "large_killed.xdb", 5000, 40);
   Campaign campaign(options, folder);
   for (const Subject* subject : {&small, &types, &list, &killed}) campaign.Systematic(*subject, false);
   campaign.Systematic(killed, true);

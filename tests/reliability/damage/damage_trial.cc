@@ -80,6 +80,26 @@ Subject TakeSubject(const std::string& name, const std::filesystem::path& path, 
   return {name, Bytes(path), WithoutRoom(Bytes(path.string() + "-wal")), std::move(states), path.extension() == ".xdb"};
 }
 
+Subject TypesSubject(const std::filesystem::path& folder, const char* name) {
+  const std::filesystem::path path = folder / name;
+  MakeEveryTypeVolume(path.u16string());
+  return TakeSubject(name, path, {TextOfFile(path.u16string()).text});
+}
+
+Subject ListSubject(const std::filesystem::path& folder, const char* name) {
+  const std::filesystem::path path = folder / name;
+  std::vector<std::string> states = MakeListVolume(path.u16string());
+  return TakeSubject(name, path, std::move(states));
+}
+
+Subject EngineSubject(const std::filesystem::path& folder, const char* name, int records, int steps) {
+  const std::filesystem::path path = folder / name;
+  MakeEngineDatabase(path.u16string(), records);
+  std::vector<std::string> states = {TextOfFile(path.u16string()).text};
+  if (steps > 0) states = LeaveKilledWriter(path.u16string(), steps);
+  return TakeSubject(name, path, std::move(states));
+}
+
 void Bench::PutDown(const std::string& file, const std::string& log) const {
   WriteFile(path_.string(), file);
   if (log.empty()) {

@@ -23,6 +23,13 @@ struct Subject {
 // Reads the files of a volume that is not mounted.
 Subject TakeSubject(const std::string& name, const std::filesystem::path& path, std::vector<std::string> states);
 
+// Volumes that are made without the engine: of every type, and a list.
+Subject TypesSubject(const std::filesystem::path& folder, const char* name);
+Subject ListSubject(const std::filesystem::path& folder, const char* name);
+
+// A database of the engine with so many records; with steps, changed in so many by a writer that was killed.
+Subject EngineSubject(const std::filesystem::path& folder, const char* name, int records, int steps);
+
 enum class Result {
   kSame,     // the current content
   kEarlier,  // the content after an earlier flush

@@ -140,18 +140,6 @@ Options Parse(int argc, char** argv) {
   return options;
 }
 
-Subject Make(const TemporaryDirectory& folder, const char* name, int records, int steps) {
-  const std::filesystem::path path = folder.path() / name;
-  if (records < 0) {
-    MakeEveryTypeVolume(path.u16string());
-  } else {
-    MakeEngineDatabase(path.u16string(), records);
-  }
-  std::vector<std::string> states = {TextOfFile(path.u16string()).text};
-  if (steps > 0) states = LeaveKilledWriter(path.u16string(), steps);
-  return TakeSubject(name, path, std::move(states));
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -159,15 +147,18 @@ int main(int argc, char** argv) {
   std::printf("repair_campaign: seed %llu\n", static_cast<Number>(options.seed));
   const auto start = std::chrono::steady_clock::now();
   const TemporaryDirectory folder;
-  const Subject small = Make(folder, "small.xdb", 80, 0);
-  const Subject types = Make(folder, "types.vol", -1, 0);
-  const Subject killed = Make(folder, "killed.xdb", 12, 5);
-  const Subject large = Make(folder, "large.xdb", 5000, 0);
+  const Subject small = EngineSubject(folder.path(), "small.xdb", 80, 0);
+  const Subject types = TypesSubject(folder.path(), "types.vol");
+  const Subject list = ListSubject(folder.path(), "list.vol");
+  const Subject killed = EngineSubject(folder.path(), "killed.xdb", 12, 5);
+  const Subject large = EngineSubject(folder.path(), "large.xdb", 5000, 0);
   const Original originals[] = {Original(small, folder.path()), Original(types, folder.path()),
-                                Original(killed, folder.path()), Original(large, folder.path())};
+                                Original(killed, folder.path()), Original(large, folder.path()),
+                                Original(list, folder.path())};
   Campaign campaign(options, folder);
   campaign.Sound(folder, options.count == 0 ? 5000 : options.count / 2);
-  for (const Original& original : {originals[0], originals[1], originals[2]}) campaign.Systematic(original, false);
+  for (const Original& original : {originals[0], originals[1], originals[2], originals[4]})
+    campaign.Systematic(original, false);
   campaign.Systematic(originals[2], true);
   const uint64_t drawn = options.count == 0 ? 20000 : options.count / 4;
   const auto seconds = [start] {
@@ -179,6 +170,7 @@ int main(int argc, char** argv) {
     campaign.Drawn(originals[1], false, drawn);
     campaign.Drawn(originals[2], true, drawn);
     campaign.Drawn(originals[3], false, drawn / 20);
+    campaign.Drawn(originals[4], false, drawn);
   } while (seconds() < options.seconds);
   campaign.Print();
   std::printf("repair_campaign: %llu seconds\n", static_cast<Number>(seconds()));

@@ -1,7 +1,6 @@
 // See repair_trial.h.
 #include "repair_trial.h"
 
-#include <sqlite3.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -36,6 +35,9 @@ std::string WithoutSortValue(const std::string& line) {
   if (begin == std::string::npos) return line;
   return line.substr(0, begin) + line.substr(std::min(line.find(' ', begin + 1), line.size()));
 }
+
+// Before a row's body stand two lengths, the key and a header: at most this many bytes.
+constexpr size_t kMostBytesBeforeBody = 9 + 9 + 6;
 
 struct Told {
   std::vector<uint32_t> codes;
@@ -118,8 +120,6 @@ Original::Original(const Subject& subject, const std::filesystem::path& folder) 
   Require(sqlite3_open_v2(path.c_str(), &connection, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK &&
               sqlite3_prepare_v2(connection, "SELECT key, body FROM record", -1, &rows, nullptr) == SQLITE_OK,
           "reading the original's rows");
-  // Before the body stand two lengths, the key and a header: at most this many bytes.
-  constexpr size_t kMostBytesBefore = 9 + 9 + 6;
   size_t page = 0;  // rows that follow one another mostly stand on one page
   while (sqlite3_step(rows) == SQLITE_ROW) {
     const auto record = static_cast<uint32_t>(sqlite3_column_int64(rows, 0));
@@ -129,11 +129,33 @@ Original::Original(const Subject& subject, const std::filesystem::path& folder) 
     if (at == std::string::npos) at = subject.file.find(body);
     if (at == std::string::npos) continue;
     page = at / 4096 * 4096;
-    rows_.push_back({"  " + std::to_string(record) + ":", at - kMostBytesBefore, at + body.size()});
+    rows_.push_back({"  " + std::to_string(record) + ":", at - kMostBytesBeforeBody, at + body.size()});
   }
   sqlite3_finalize(rows);
+  FindBlock(connection);
   sqlite3_close(connection);
   Require(rows_.size() > 10, "finding the original's rows");
+}
+
+// The records without rows lie in the block, of which a sample has one at most.
+void Original::FindBlock(sqlite3* connection) {
+  sqlite3_stmt* block = nullptr;
+  const char* const query = "SELECT body FROM packed WHERE key & 0xFFFFFFFF = 0";
+  Require(sqlite3_prepare_v2(connection, query, -1, &block, nullptr) == SQLITE_OK, "reading the original's block");
+  if (sqlite3_step(block) == SQLITE_ROW) {
+    const std::string body(static_cast<const char*>(sqlite3_column_blob(block, 0)),
+                           static_cast<size_t>(sqlite3_column_bytes(block, 0)));
+    const size_t at = subject_.file.find(body);
+    Require(at != std::string::npos, "finding the original's block");
+    std::set<std::string> with_rows;
+    for (const Row& row : rows_) with_rows.insert(row.record);
+    for (const std::string& line : Lines(subject_.states.back())) {
+      const std::string record = line.substr(0, line.find(':') + 1);
+      if (!line.starts_with("  ") || with_rows.contains(record)) continue;
+      rows_.push_back({record, at - kMostBytesBeforeBody, at + body.size()});
+    }
+  }
+  sqlite3_finalize(block);
 }
 
 bool Original::HasLine(const std::string& line, bool without_sort_value) const {

@@ -1,6 +1,8 @@
 // One damaged volume, checked and repaired: whether what both say is true.
 #pragma once
 
+#include <sqlite3.h>
+
 #include <filesystem>
 #include <set>
 #include <string>
@@ -28,6 +30,8 @@ class Original {
     size_t begin;
     size_t end;
   };
+  void FindBlock(sqlite3* connection);
+
   const Subject& subject_;
   std::set<std::string> lines_;
   std::set<std::string> lines_without_sort_value_;

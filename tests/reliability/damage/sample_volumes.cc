@@ -316,7 +316,8 @@ void MakeEveryTypeVolume(const std::u16string& path) {
   Require(CeUnmountDBVol(&volume), "unmounting");
 }
 
-void MakeListVolume(const std::u16string& path) {
+std::vector<std::string> MakeListVolume(const std::u16string& path) {
+  std::vector<std::string> states;
   constexpr uint32_t kRecords = 100;
   CEGUID volume;
   Require(CeMountDBVol(&volume, path.c_str(), CREATE_NEW), "making a volume");
@@ -325,19 +326,23 @@ void MakeListVolume(const std::u16string& path) {
   std::vector<CEOID> oids;
   for (uint32_t i = 0; i < kRecords; ++i) {
     oids.push_back(Write(
-        handle, 0, {Number(0, CEVT_UI4, i), Number(1, CEVT_UI4, 7000 - 13 * i % 97), Number(2, CEVT_I4, 0u - i)}));
+        handle, 0, {Number(0, CEVT_UI4, i), Number(1, CEVT_UI4, 7000 - 13 * i % 97), Number(3, CEVT_I4, 0u - i)}));
   }
   Require(CeFlushDBVol(&volume), "flushing the list");
+  states.push_back(TextOf(volume).text);
   Write(handle, oids[10], {Number(1, CEVT_UI4, 1)});
   for (const size_t gone : {0u, 41u, 42u, 99u}) Require(CeDeleteRecord(handle, oids[gone]), "deleting a record");
   Require(CeFlushDBVol(&volume), "flushing a row");
+  states.push_back(TextOf(volume).text);
   for (const CEOID oid : oids) {
-    if (CeSeekDatabase(handle, CEDB_SEEK_CEOID, oid, nullptr) != 0) Write(handle, oid, {Number(2, CEVT_I4, oid * 3)});
+    if (CeSeekDatabase(handle, CEDB_SEEK_CEOID, oid, nullptr) != 0) Write(handle, oid, {Number(3, CEVT_I4, oid * 3)});
   }
   const std::u16string text = u"a record with a text";
-  Write(handle, 0, {Number(0, CEVT_UI4, kRecords), Text(3, text)});
+  Write(handle, 0, {Number(0, CEVT_UI4, kRecords), Text(4, text)});
   CloseHandle(handle);
+  states.push_back(TextOf(volume).text);
   Require(CeUnmountDBVol(&volume), "unmounting");
+  return states;
 }
 
 void MakeEngineDatabase(const std::u16string& path, int records) {

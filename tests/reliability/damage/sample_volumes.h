@@ -20,8 +20,8 @@ void MakeEmptyVolume(const std::u16string& path);
 void MakeEveryTypeVolume(const std::u16string& path);
 
 // A database of numbers alone, such as a list of what is shown: a block of records, rows of some of them, records deleted
-// from it, and a packed column over all.
-void MakeListVolume(const std::u16string& path);
+// from it, and a packed column over all. What it held after each flush, one text each.
+std::vector<std::string> MakeListVolume(const std::u16string& path);
 
 // A database of the engine with fields of every type, settings and value lists. From 65 records on its sort by number
 // leaves a packed column; every seventh record is then deleted and stands in the log.
