@@ -75,6 +75,17 @@ Status StatusOfErrno(int number) {
   }
 }
 
+// SQLite's bytes, in the second gigabyte.
+Status LockAsMount(int file, LockKind kind) {
+  struct flock lock = {};
+  lock.l_type = kind == LockKind::kShared ? F_RDLCK : F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = 0x40000000;
+  lock.l_len = 512;
+  if (fcntl(file, F_SETLK, &lock) == 0) return Status::kOk;
+  return errno == EACCES || errno == EAGAIN ? Status::kSharingViolation : StatusOfErrno(errno);
+}
+
 Status SyncDirectory(const std::string& directory) {
   const FileDescriptor opened(
       Uninterrupted([&] { return open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));

@@ -42,6 +42,12 @@ auto Uninterrupted(Call call) {
   }
 }
 
+// Takes the lock on a file's bytes that a process holds alone while it has the volume mounted; those who only read the
+// file share it. It goes with any descriptor of the file that the process closes. Sharing violation when somebody else
+// is in the way.
+enum class LockKind { kShared, kAlone };
+Status LockAsMount(int file, LockKind kind);
+
 // Makes the directory's entries durable.
 Status SyncDirectory(const std::string& directory);
 

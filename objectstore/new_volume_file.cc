@@ -90,17 +90,6 @@ Status RemoveSideFiles(const FilePath& path) {
   return SyncDirectory(path.directory);
 }
 
-// Takes the lock that a process holds while it has the volume mounted: SQLite's bytes, in the second gigabyte.
-Status LockAgainstMounts(int file) {
-  struct flock lock = {};
-  lock.l_type = F_WRLCK;
-  lock.l_whence = SEEK_SET;
-  lock.l_start = 0x40000000;
-  lock.l_len = 512;
-  if (fcntl(file, F_SETLK, &lock) == 0) return Status::kOk;
-  return errno == EACCES || errno == EAGAIN ? Status::kSharingViolation : StatusOfErrno(errno);
-}
-
 // Creators in one directory take turns, so that none removes the side file of a volume that another has just created.
 // Who cannot have its turn (somebody uses the directory as a lock, or the file system has none) removes nothing.
 Status PublishNew(const char* made, const FilePath& path, NewFile& new_file) {
@@ -142,7 +131,7 @@ Status PublishInPlace(const FileUnderConstruction& made, const FilePath& path) {
   const FileDescriptor replaced(
       Uninterrupted([&] { return open(path.full.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
   if (!replaced.valid()) return StatusOfErrno(errno);
-  STORE_TRY(LockAgainstMounts(replaced.number()));
+  STORE_TRY(LockAsMount(replaced.number(), LockKind::kAlone));
   STORE_TRY(RemoveSideFiles(path));
   return rename(made.path(), path.full.c_str()) == 0 ? Status::kOk : StatusOfErrno(errno);
 }

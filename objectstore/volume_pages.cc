@@ -72,22 +72,11 @@ Status OpenPlainFile(const std::string& path, FileDescriptor& file, uint64_t& by
 // A log may claim terabytes of room that no disk holds.
 constexpr uint64_t kMostFramesSearched = 1 << 20;
 
-// Shares the lock with others who read. A mount's lock excludes it.
-Status LockForReading(int file) {
-  struct flock lock = {};
-  lock.l_type = F_RDLCK;
-  lock.l_whence = SEEK_SET;
-  lock.l_start = 0x40000000;
-  lock.l_len = 512;
-  if (fcntl(file, F_SETLK, &lock) == 0) return Status::kOk;
-  return errno == EACCES || errno == EAGAIN ? Status::kSharingViolation : StatusOfErrno(errno);
-}
-
 }  // namespace
 
 Status VolumePages::Open(const FilePath& path) {
   STORE_TRY(OpenPlainFile(path.full, file_, file_bytes_));
-  STORE_TRY(LockForReading(file_.number()));
+  STORE_TRY(LockAsMount(file_.number(), LockKind::kShared));
   if (file_bytes_ > kLargestFileBytes) return Status::kCorrupt;
   last_page_ = static_cast<uint32_t>((file_bytes_ + kPageBytes - 1) / kPageBytes);
   if (OpenPlainFile(path.full + kLogSuffix, log_, log_bytes_) == Status::kOk) ReadLog();
