@@ -4,6 +4,9 @@
 
 #include <cstring>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -32,6 +35,59 @@ TEST(LocalHeap, ZeroInitFillsTheWholeBlock) {
     ASSERT_NE(block, nullptr);
     EXPECT_EQ(std::string(static_cast<char*>(block), 200), std::string(200, '\0'));
     memset(block, 'x', 200);
+    LocalFree(block);
+  }
+}
+
+// Blocks that were freed come again: each has its own place, its own size and, if asked for, zeros only.
+TEST(LocalHeap, BlocksOfAllSizesThatComeAgainAreClearedAndApart) {
+  for (int round = 0; round < 3; ++round) {
+    std::vector<std::pair<char*, size_t>> blocks;
+    for (size_t size = 0; size < 5000; size += 1 + size / 40) {
+      auto* block = static_cast<char*>(LocalAlloc(LMEM_ZEROINIT, size));
+      ASSERT_NE(block, nullptr) << size;
+      ASSERT_EQ(std::string(block, size), std::string(size, '\0')) << "round " << round << ", " << size << " bytes";
+      memset(block, static_cast<int>('a' + size % 26), size);
+      blocks.emplace_back(block, size);
+    }
+    for (const auto& [block, size] : blocks) {
+      EXPECT_EQ(LocalSize(block), size);
+      EXPECT_EQ(std::string(block, size), std::string(size, static_cast<char>('a' + size % 26))) << size;
+      LocalFree(block);
+    }
+  }
+}
+
+TEST(LocalHeap, ABlockThatWasResizedMayBeFreedAndAskedForAgain) {
+  for (const size_t size : {size_t{1}, size_t{40}, size_t{300}, size_t{4000}}) {
+    for (int round = 0; round < 3; ++round) {
+      void* block = LocalReAlloc(LocalAlloc(LMEM_FIXED, 2 * size), size, LMEM_MOVEABLE);
+      ASSERT_NE(block, nullptr);
+      memset(block, 'x', size);
+      LocalFree(block);
+      block = LocalAlloc(LMEM_ZEROINIT, 2 * size);
+      EXPECT_EQ(std::string(static_cast<char*>(block), 2 * size), std::string(2 * size, '\0')) << size;
+      LocalFree(block);
+    }
+  }
+}
+
+// Two threads and the one that began, each with blocks of its own that another frees.
+TEST(LocalHeap, BlocksMayBeFreedByAnotherThreadThanTheOneThatTookThem) {
+  std::vector<void*> taken;
+  for (int i = 0; i < 100; ++i) taken.push_back(LocalAlloc(LMEM_FIXED, 100));
+  const auto free_and_take = [&taken](size_t first) {
+    for (size_t i = first; i < taken.size(); i += 2) {
+      LocalFree(taken[i]);
+      taken[i] = LocalAlloc(LMEM_ZEROINIT, 100);
+    }
+  };
+  std::thread even(free_and_take, 0);
+  std::thread odd(free_and_take, 1);
+  even.join();
+  odd.join();
+  for (void* block : taken) {
+    EXPECT_EQ(std::string(static_cast<char*>(block), 100), std::string(100, '\0'));
     LocalFree(block);
   }
 }
