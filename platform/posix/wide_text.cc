@@ -59,34 +59,55 @@ WCHAR* WriteDecimal(WCHAR* to, int32_t number) {
   return to;
 }
 
-}  // namespace
-
-#if defined(__SSE2__)
-
-// Eight units at a time, in aligned blocks: these never leave the page of the unit that ends the text, but may reach
-// beyond the text, which the sanitizers would not have anybody read. A text at an odd address is never aligned.
-__attribute__((no_sanitize("address", "thread"))) size_t wcslen(const WCHAR* text) {
-  const WCHAR* place = text;
-  for (; reinterpret_cast<uintptr_t>(place) % sizeof(__m128i) != 0; ++place) {
-    if (*place == 0) return static_cast<size_t>(place - text);
-  }
-  for (;; place += sizeof(__m128i) / sizeof(WCHAR)) {
-    const __m128i units = *reinterpret_cast<const __m128i*>(place);
-    const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi16(units, _mm_setzero_si128()));
-    if (zeros != 0) {
-      return static_cast<size_t>(place - text) +
-             static_cast<size_t>(std::countr_zero(static_cast<unsigned>(zeros))) / 2;
-    }
-  }
-}
-
-#else
-
-size_t wcslen(const WCHAR* text) {
+size_t LengthUnitByUnit(const WCHAR* text) {
   const WCHAR* end = text;
   while (*end != 0) ++end;
   return static_cast<size_t>(end - text);
 }
+
+}  // namespace
+
+#if defined(__SSE2__)
+
+namespace {
+
+using Block = __m128i;  // eight units
+
+#define READS_WHOLE_BLOCKS __attribute__((no_sanitize("address", "thread")))
+
+READS_WHOLE_BLOCKS Block ZerosOf(const Block* block) { return _mm_cmpeq_epi16(*block, _mm_setzero_si128()); }
+unsigned ZeroBytes(Block zeros) { return static_cast<unsigned>(_mm_movemask_epi8(zeros)); }
+
+}  // namespace
+
+// In aligned blocks, four at a time where they lie in one aligned piece: so many never leave the page of the unit that
+// ends the text, but may reach beyond the text, which the sanitizers would not have anybody read. A text at an odd address
+// is never aligned.
+READS_WHOLE_BLOCKS size_t wcslen(const WCHAR* text) {
+  constexpr size_t kPieceBlocks = 4;
+  const auto address = reinterpret_cast<uintptr_t>(text);
+  if (address % sizeof(WCHAR) != 0) return LengthUnitByUnit(text);
+  // The block that the text begins in is looked at whole; what stands in it before the text is left out.
+  const size_t before = address % sizeof(Block);
+  const auto* block = reinterpret_cast<const Block*>(address - before);
+  unsigned zeros = ZeroBytes(ZerosOf(block)) >> before << before;
+  while (zeros == 0) {
+    ++block;
+    if (reinterpret_cast<uintptr_t>(block) % (kPieceBlocks * sizeof(Block)) == 0) {
+      while (ZeroBytes(_mm_or_si128(_mm_or_si128(ZerosOf(block), ZerosOf(block + 1)),
+                                    _mm_or_si128(ZerosOf(block + 2), ZerosOf(block + 3)))) == 0) {
+        block += kPieceBlocks;
+      }
+    }
+    zeros = ZeroBytes(ZerosOf(block));
+  }
+  const uintptr_t end = reinterpret_cast<uintptr_t>(block) + static_cast<size_t>(std::countr_zero(zeros));
+  return (end - address) / sizeof(WCHAR);
+}
+
+#else
+
+size_t wcslen(const WCHAR* text) { return LengthUnitByUnit(text); }
 
 #endif
 
