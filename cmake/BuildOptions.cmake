@@ -73,3 +73,10 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release")
               $<$<BOOL:${XKRDB_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>)
   target_link_options(xkrdb_build_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack,-z,separate-code,--as-needed)
 endif()
+
+# An exported call that another call of the same library uses is the library's own, whatever the program that loads it
+# exports under that name; so it may also be inlined.
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(xkrdb_build_options INTERFACE -fno-semantic-interposition -fno-plt)
+  target_link_options(xkrdb_build_options INTERFACE -Wl,-Bsymbolic-functions)
+endif()
