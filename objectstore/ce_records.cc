@@ -20,9 +20,8 @@ Status WithDatabase(HANDLE handle, Body body) {
   });
 }
 
-}  // namespace
-
-CEOID CeSeekDatabase(HANDLE database, DWORD type, DWORD_PTR value, DWORD* index) {
+// What is out of the ordinary stays out of the way of what is called for every record.
+[[gnu::noinline]] CEOID Seek(HANDLE database, DWORD type, DWORD_PTR value, DWORD* index) {
   CEOID found = 0;
   const Status status =
       WithDatabase(database, [&](OpenDatabase& open) { return open.Seek(type, value, found, index); });
@@ -30,14 +29,29 @@ CEOID CeSeekDatabase(HANDLE database, DWORD type, DWORD_PTR value, DWORD* index)
 }
 
 // There is one heap, so that results cannot come from another.
-CEOID CeReadRecordPropsEx(HANDLE database, DWORD flags, WORD* count, const CEPROPID* ids, BYTE** buffer, DWORD* size,
-                          HANDLE heap) {
+[[gnu::noinline]] CEOID Read(HANDLE database, objectstore::ReadRequest request, HANDLE heap) {
   CEOID oid = 0;
-  const objectstore::ReadRequest request = {(flags & CEDB_ALLOWREALLOC) != 0, count, ids, buffer, size};
   const Status status = WithDatabase(database, [&](OpenDatabase& open) {
     return heap == 0 ? objectstore::ReadRecord(open, request, oid) : Status::kInvalidParameter;
   });
   return Report(status) ? oid : 0;
+}
+
+}  // namespace
+
+CEOID CeSeekDatabase(HANDLE database, DWORD type, DWORD_PTR value, DWORD* index) {
+  OpenDatabase* const open = objectstore::DatabaseAtHand(database);
+  const CEOID found = open != nullptr ? open->SeekAtOnce(type, value, index) : 0;
+  return found != 0 ? found : Seek(database, type, value, index);
+}
+
+CEOID CeReadRecordPropsEx(HANDLE database, DWORD flags, WORD* count, const CEPROPID* ids, BYTE** buffer, DWORD* size,
+                          HANDLE heap) {
+  const objectstore::ReadRequest request = {(flags & CEDB_ALLOWREALLOC) != 0, count, ids, buffer, size};
+  OpenDatabase* const open = objectstore::DatabaseAtHand(database);
+  CEOID oid = 0;
+  if (open != nullptr && heap == 0 && ReadOneAtOnce(*open, request, oid)) return oid;
+  return Read(database, request, heap);
 }
 
 CEOID CeWriteRecordProps(HANDLE database, CEOID oid, WORD count, const CEPROPVAL* values) {

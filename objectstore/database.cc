@@ -117,11 +117,10 @@ void Database::ReplaceRecord(RecordRef& place, RecordRef record) {
                     : change == kUnchanged                                     ? before->changed
                                                                                : kChangedWhole;
   if (before->changed == kUnchanged && record->changed != kUnchanged) changed_records_.push_back(record->oid());
-  bool moved = false;
   for (SortOrder& order : orders_) {
-    if (order.built() && order.Replace(*before, *record)) moved = true;
+    if (order.built()) order.Replace(*before, *record);
   }
-  if (moved) ++generation_;
+  ++generation_;
   head_.description.record_bytes += record->counted_bytes();
   head_.description.record_bytes -= before->counted_bytes();
   place = std::move(record);

@@ -48,6 +48,7 @@ class Database {
 
   // Of a loaded database; else the first records, as many as have been read.
   std::span<const RecordRef> records() const { return records_; }
+  Record* RecordAt(size_t position) const { return records_[position].get(); }
 
   // Of a loaded database.
   Record* Find(CEOID oid) const;
@@ -68,7 +69,7 @@ class Database {
   // Takes a changed description; its count and size are not looked at. New sort orders must fit the records.
   Status SetDescription(const Description& description, bool with_time);
 
-  // Grows whenever a record may have come to stand at another position.
+  // Grows whenever a record may have come to stand at another position or elsewhere in memory.
   uint64_t generation() const { return generation_; }
 
   // The handles that are open on it. They are told of records that go.

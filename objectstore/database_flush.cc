@@ -85,6 +85,7 @@ Status Database::Load(VolumeFile* file, CEOID next_identifier) {
   BuildAwaitedOrders(records, orders);
   arena_.Swap(arena);
   records_.swap(records);
+  ++generation_;
   std::move(orders.begin(), orders.end(), orders_.begin());  // in their places, which handles know
   std::swap(head_.identifiers, identifiers);
   head_.names_records = true;

@@ -1,6 +1,7 @@
 // Where a client's call enters: it waits for the store, and nothing but a last-error number leaves it.
 #pragma once
 
+#include <atomic>
 #include <mutex>
 #include <new>
 
@@ -14,10 +15,27 @@ struct SharedStore {
   std::mutex lock;
   Store store;
   static SharedStore& Get() {
-    static SharedStore* const shared = new SharedStore();
+    static SharedStore* const shared = Make();
     return *shared;
   }
+
+  // Null before the first call.
+  static SharedStore* Made() { return made_.load(std::memory_order_acquire); }
+
+ private:
+  static SharedStore* Make() {
+    made_.store(new SharedStore(), std::memory_order_release);
+    return Made();
+  }
+  static constinit inline std::atomic<SharedStore*> made_ = nullptr;
 };
+
+// The database that a handle is open on, for the calls that are made for every record: they do what is usual at once and
+// leave everything else to Enter. Null when a call may have to wait, or when there is no such database.
+inline OpenDatabase* DatabaseAtHand(HANDLE handle) noexcept {
+  SharedStore* const shared = ProcessHasOneThread() ? SharedStore::Made() : nullptr;
+  return shared != nullptr ? shared->store.handles().FindDatabase(handle) : nullptr;
+}
 
 // Runs a call's body. Short memory becomes the given number; nothing is thrown.
 template <typename Body>

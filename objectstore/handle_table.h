@@ -44,7 +44,7 @@ class HandleTable {
 
  private:
   enum class Use : uint8_t { kFree, kDatabase, kEnumeration, kTakenAway };
-  struct Place {
+  struct alignas(32) Place {  // a power of two, so that a number finds its place by a shift
     uint16_t generation = 0;
     Use use = Use::kFree;
     std::unique_ptr<OpenDatabase> database;

@@ -24,34 +24,33 @@ OpenDatabase::~OpenDatabase() { std::erase(database_.handles(), this); }
 Status OpenDatabase::LoadRest() { return volume_.Load(database_); }
 
 Status OpenDatabase::Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index) {
-  const auto signed_count = static_cast<int32_t>(static_cast<uint32_t>(value));
   const bool among_first = type == CEDB_SEEK_BEGINNING && static_cast<uint32_t>(value) < database_.records().size();
   if (!among_first) STORE_TRY(Complete());
+  STORE_TRY(Move(type, value));
+  found = oid_;
+  if (index != nullptr) *index = static_cast<DWORD>(Position());
+  return Status::kOk;
+}
+
+Status OpenDatabase::Move(DWORD type, DWORD_PTR value) {
+  const auto signed_count = static_cast<int32_t>(static_cast<uint32_t>(value));
   switch (type) {
     case CEDB_SEEK_CEOID:
-      STORE_TRY(SeekIdentifier(static_cast<CEOID>(value)));
-      break;
+      return SeekIdentifier(static_cast<CEOID>(value));
     case CEDB_SEEK_BEGINNING:
-      STORE_TRY(MoveTo(signed_count));
-      break;
+      return MoveTo(signed_count);
     case CEDB_SEEK_END:
-      STORE_TRY(MoveTo(static_cast<int64_t>(count()) - 1 - std::abs(int64_t{signed_count})));
-      break;
+      return MoveTo(static_cast<int64_t>(count()) - 1 - std::abs(int64_t{signed_count}));
     case CEDB_SEEK_CURRENT:
-      STORE_TRY(SeekFromCurrent(signed_count));
-      break;
+      return SeekFromCurrent(signed_count);
     case CEDB_SEEK_VALUESMALLER:
     case CEDB_SEEK_VALUEFIRSTEQUAL:
     case CEDB_SEEK_VALUEGREATER:
     case CEDB_SEEK_VALUENEXTEQUAL:
-      STORE_TRY(SeekValue(type, reinterpret_cast<const CEPROPVAL*>(value)));
-      break;
+      return SeekValue(type, reinterpret_cast<const CEPROPVAL*>(value));
     default:
       return Status::kInvalidParameter;
   }
-  found = oid_;
-  if (index != nullptr) *index = static_cast<DWORD>(Position());
-  return Status::kOk;
 }
 
 void OpenDatabase::StepAfterRead() {
@@ -74,20 +73,15 @@ size_t OpenDatabase::PositionOf(const Record& record) const {
   return order_ != nullptr ? SettledOrder().PositionOf(record) : database_.PositionByIdentifier(record.oid());
 }
 
-// Of the record that the pointer is on.
-size_t OpenDatabase::Position() {
-  if (generation_ != database_.generation()) {
-    position_ = PositionOf(*database_.Find(oid_));
-    generation_ = database_.generation();
-  }
-  return position_;
+void OpenDatabase::FindPosition() {
+  record_ = database_.Find(oid_);
+  position_ = PositionOf(*record_);
+  generation_ = database_.generation();
 }
 
-// Where one step forward leads.
-int64_t OpenDatabase::SuccessorPosition() {
-  if (state_ == State::kAtEnd) return static_cast<int64_t>(count());
-  if (state_ == State::kInGap) return static_cast<int64_t>(PositionOf(*gap_));
-  return static_cast<int64_t>(Position()) + 1;
+// Of the pointer that stands in a gap or at the end.
+int64_t OpenDatabase::PositionBehindNoRecord() const {
+  return static_cast<int64_t>(state_ == State::kAtEnd ? count() : PositionOf(*gap_));
 }
 
 void OpenDatabase::MoveToEnd() {
@@ -97,24 +91,9 @@ void OpenDatabase::MoveToEnd() {
   if (gap_) gap_ = RecordRef();
 }
 
-void OpenDatabase::MoveToRecord(CEOID oid) {
-  state_ = State::kAtRecord;
-  automatic_ = false;
-  oid_ = oid;
-  generation_ = 0;
-  if (gap_) gap_ = RecordRef();
-}
-
-Status OpenDatabase::MoveTo(int64_t position) {
-  if (position < 0 || position >= static_cast<int64_t>(count())) {
-    MoveToEnd();
-    return Status::kSeek;
-  }
-  const auto index = static_cast<size_t>(position);
-  MoveToRecord(At(index)->oid());
-  position_ = index;
-  generation_ = database_.generation();
-  return Status::kOk;
+Status OpenDatabase::LeaveOrder() {
+  MoveToEnd();
+  return Status::kSeek;
 }
 
 Status OpenDatabase::SeekIdentifier(CEOID oid) {
@@ -153,14 +132,11 @@ Status OpenDatabase::SeekValue(DWORD type, const CEPROPVAL* value) {
   const SortOrder& order = SettledOrder();
   SortKey key;
   STORE_TRY(KeyOfClient(*value, key));
-  if (type == CEDB_SEEK_VALUENEXTEQUAL) {
-    const int64_t next = SuccessorPosition();
-    return MoveTo(order.HoldsEqual(static_cast<size_t>(next), key) ? next : -1);
-  }
+  if (type == CEDB_SEEK_VALUENEXTEQUAL) return SeekEqual(order, static_cast<size_t>(SuccessorPosition()), key);
   const size_t first = order.FirstNotBefore(key);
   switch (type) {
     case CEDB_SEEK_VALUEFIRSTEQUAL:
-      return MoveTo(order.HoldsEqual(first, key) ? static_cast<int64_t>(first) : -1);
+      return SeekEqual(order, first, key);
     case CEDB_SEEK_VALUEGREATER:
       return MoveTo(first < order.present_end() ? static_cast<int64_t>(first) : -1);
     default:

@@ -35,11 +35,30 @@ class OpenDatabase {
   // has not moved.
   Status Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index);
 
+  // The usual seeks, by position and on to the next of equal numbers, as long as they only have to look: the identifier
+  // that Seek finds. 0 when it takes more than that, or when there is no such record; nothing has changed then.
+  CEOID SeekAtOnce(DWORD type, DWORD_PTR value, DWORD* index) {
+    size_t position = static_cast<uint32_t>(value);
+    const Record* record = nullptr;
+    if (type == CEDB_SEEK_BEGINNING) {
+      if (position < database_.records().size() && IsSettled()) record = At(position);
+    } else if (type == CEDB_SEEK_VALUENEXTEQUAL) {
+      position = position_ + 1;
+      record = NextEqualAtOnce(reinterpret_cast<const CEPROPVAL*>(value));
+    }
+    if (record == nullptr) return 0;
+    MoveToRecord(*record, position);
+    if (index != nullptr) *index = static_cast<DWORD>(position);
+    return oid_;
+  }
+
+  // The record under the pointer, if nothing has to be looked up and a read does not move the pointer; else null.
+  const Record* CurrentAtOnce() const { return KnowsPosition() && !auto_increment_ ? record_ : nullptr; }
+
   // The record under the pointer.
   Status Current(const Record*& record) const {
-    if (state_ == State::kAtEnd) return Status::kNoMoreItems;
-    if (state_ == State::kInGap) return Status::kKeyDeleted;
-    record = generation_ == database_.generation() ? At(position_) : database_.Find(oid_);
+    if (state_ != State::kAtRecord) return state_ == State::kAtEnd ? Status::kNoMoreItems : Status::kKeyDeleted;
+    record = generation_ == database_.generation() ? record_ : database_.Find(oid_);
     return Status::kOk;
   }
 
@@ -62,6 +81,15 @@ class OpenDatabase {
  private:
   enum class State { kAtRecord, kInGap, kAtEnd };
 
+  // The order, if there is one, holds all records in their places.
+  bool IsSettled() const { return order_ == nullptr || order_->settled(); }
+  bool KnowsPosition() const { return state_ == State::kAtRecord && generation_ == database_.generation(); }
+  const Record* NextEqualAtOnce(const CEPROPVAL* value) const {
+    const bool is_usual = value != nullptr && order_ != nullptr && value->propid == order_->spec().propid &&
+                          !IsText(value->propid) && order_->settled() && KnowsPosition();
+    return is_usual ? order_->EqualAt(position_ + 1, order_->KeyOfNumber(NumberOf(*value))) : nullptr;
+  }
+
   size_t count() const { return database_.description().record_count; }
   Status LoadRest();
   const SortOrder& SettledOrder() const {
@@ -69,20 +97,56 @@ class OpenDatabase {
     return *order_;
   }
   Record* At(size_t position) const {
-    return order_ != nullptr && database_.loaded() ? SettledOrder().At(position) : database_.records()[position].get();
+    return order_ != nullptr && database_.loaded() ? SettledOrder().At(position) : database_.RecordAt(position);
   }
   size_t PositionOf(const Record& record) const;
-  size_t Position();
-  int64_t SuccessorPosition();
+
+  // Of the record that the pointer is on.
+  size_t Position() {
+    if (generation_ != database_.generation()) FindPosition();
+    return position_;
+  }
+  void FindPosition();
+
+  // Where one step forward leads.
+  int64_t SuccessorPosition() {
+    return state_ == State::kAtRecord ? static_cast<int64_t>(Position()) + 1 : PositionBehindNoRecord();
+  }
+  int64_t PositionBehindNoRecord() const;
 
   void MoveToEnd();
-  void MoveToRecord(CEOID oid);
-  Status MoveTo(int64_t position);
+  void MoveToRecord(CEOID oid) {
+    if (state_ == State::kInGap) gap_ = RecordRef();
+    state_ = State::kAtRecord;
+    automatic_ = false;
+    oid_ = oid;
+    generation_ = 0;
+  }
+  void MoveToRecord(const Record& record, size_t position) {
+    MoveToRecord(record.oid());
+    record_ = &record;
+    position_ = position;
+    generation_ = database_.generation();
+  }
+  Status MoveTo(int64_t position) {
+    if (static_cast<uint64_t>(position) >= count()) return LeaveOrder();
+    const auto index = static_cast<size_t>(position);
+    MoveToRecord(*At(index), index);
+    return Status::kOk;
+  }
+  Status LeaveOrder();
 
+  Status Move(DWORD type, DWORD_PTR value);
   Status SeekIdentifier(CEOID oid);
   Status SeekFromCurrent(int32_t steps);
   Status KeyOfClient(const CEPROPVAL& value, SortKey& key);
   Status SeekValue(DWORD type, const CEPROPVAL* value);
+  Status SeekEqual(const SortOrder& order, size_t position, const SortKey& key) {
+    const Record* record = order.EqualAt(position, key);
+    if (record == nullptr) return LeaveOrder();
+    MoveToRecord(*record, position);
+    return Status::kOk;
+  }
 
   Volume& volume_;
   Database& database_;
@@ -90,11 +154,12 @@ class OpenDatabase {
   bool auto_increment_;
 
   State state_ = State::kAtEnd;
-  bool automatic_ = false;  // the pointer got to its record by an automatic step
-  CEOID oid_ = 0;           // of the record that the pointer is on
-  size_t position_ = 0;     // of that record, as of generation_
+  bool automatic_ = false;          // the pointer got to its record by an automatic step
+  CEOID oid_ = 0;                   // of the record that the pointer is on
+  const Record* record_ = nullptr;  // that record, as of generation_
+  size_t position_ = 0;             // its position, likewise
   uint64_t generation_ = 0;
-  RecordRef gap_;                 // the deleted record
+  RecordRef gap_;                 // the deleted record, while the pointer is in its gap
   std::vector<uint8_t> scratch_;  // for the key of a value
   std::vector<Value> values_;
 };

@@ -9,29 +9,37 @@ namespace {
 
 // Makes the client's buffer hold so many bytes. What it holds on failure stays the client's. For no bytes there may be no
 // buffer: block is null then.
-Status ProvideBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
-  const bool has_buffer = request.buffer != nullptr && *request.buffer != nullptr;
-  const size_t capacity = has_buffer ? *request.size : 0;
-  *request.size = static_cast<DWORD>(bytes);
-  block = has_buffer ? *request.buffer : nullptr;
-  if (bytes <= capacity) return Status::kOk;
-  if (!request.may_allocate) return Status::kInsufficientBuffer;
-  void* made = has_buffer ? LocalReAlloc(block, bytes, LMEM_MOVEABLE) : LocalAlloc(LMEM_FIXED, bytes);
+Status AllocateBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
+  void* made = block != nullptr ? LocalReAlloc(block, bytes, LMEM_MOVEABLE) : LocalAlloc(LMEM_FIXED, bytes);
   if (made == nullptr) return Status::kInsufficientBuffer;
   block = *request.buffer = static_cast<BYTE*>(made);
   return Status::kOk;
 }
 
-Status ReadAll(const Record& record, const ReadRequest& request) {
-  const size_t count = record.property_count();
+inline Status ProvideBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
+  block = request.buffer != nullptr ? *request.buffer : nullptr;
+  const size_t capacity = block != nullptr ? *request.size : 0;
+  *request.size = static_cast<DWORD>(bytes);
+  if (bytes <= capacity) return Status::kOk;
+  return request.may_allocate ? AllocateBuffer(request, bytes, block) : Status::kInsufficientBuffer;
+}
+
+// Properties that stand next to each other. None needs to be looked for.
+Status ReadNeighbours(const Record& record, size_t first, size_t count, const ReadRequest& request) {
   size_t bytes = count * sizeof(CEPROPVAL);
-  for (size_t i = 0; i < count; ++i) bytes = record.BlockBytesBehind(bytes, i);
+  for (size_t i = first; i < first + count; ++i) bytes = record.BlockBytesBehind(bytes, i);
   BYTE* block = nullptr;
   STORE_TRY(ProvideBuffer(request, bytes, block));
-  *request.count = static_cast<WORD>(count);
-  if (block == nullptr) return Status::kOk;
   BlockWriter writer(block, count);
-  for (size_t i = 0; i < count; ++i) writer.Add(record.At(i));
+  for (size_t i = first; i < first + count; ++i) record.AddTo(writer, i);
+  return Status::kOk;
+}
+
+// A record without properties fits into no buffer at all.
+Status ReadAll(const Record& record, const ReadRequest& request) {
+  const size_t count = record.property_count();
+  STORE_TRY(ReadNeighbours(record, 0, count, request));
+  *request.count = static_cast<WORD>(count);
   return Status::kOk;
 }
 
@@ -61,28 +69,20 @@ Status ReadSelected(const Record& record, const ReadRequest& request, size_t& hi
       writer.AddAbsent(request.ids[i]);
       continue;
     }
-    writer.Add(record.At(index));
+    record.AddTo(writer, index);
     next = index + 1;
   }
   return found_one ? Status::kOk : Status::kNoData;
 }
 
-// The usual request, for one property that the record has; the same steps without loops.
-Status ReadOne(const Record& record, size_t index, const ReadRequest& request, size_t& hint) {
-  hint = index;
-  BYTE* block = nullptr;
-  STORE_TRY(ProvideBuffer(request, record.BlockBytesBehind(sizeof(CEPROPVAL), index), block));
-  if (block == nullptr) return Status::kInsufficientBuffer;
-  BlockWriter writer(block, 1);
-  writer.Add(record.At(index));
-  return Status::kOk;
-}
-
 Status ReadAsked(const Record& record, const ReadRequest& request, size_t& hint) {
   if (request.ids == nullptr) return ReadAll(record, request);
-  if (*request.count != 1) return ReadSelected(record, request, hint);
-  const size_t index = record.IndexOf(request.ids[0], hint);
-  return index != Record::kNowhere ? ReadOne(record, index, request, hint) : ReadSelected(record, request, hint);
+  const std::span<const CEPROPID> ids(request.ids, *request.count);
+  const size_t first = ids.empty() ? Record::kNowhere : record.IndexOf(ids.front(), hint);
+  if (first == Record::kNowhere) return ReadSelected(record, request, hint);
+  hint = first;
+  return record.HasAt(first, ids) ? ReadNeighbours(record, first, ids.size(), request)
+                                  : ReadSelected(record, request, hint);
 }
 
 }  // namespace

@@ -63,6 +63,17 @@ class Record {
     return value;
   }
 
+  // Adds the property to a client's block.
+  [[gnu::always_inline]] void AddTo(BlockWriter& writer, size_t index) const {
+    const Property& property = Properties()[index];
+    const bool narrow = property.form == Form::kNarrowText;
+    if (narrow || property.form == Form::kWideText) {
+      writer.AddText(property.id, Bytes() + property.value, property.length, narrow);
+    } else {
+      writer.AddOther(At(index));
+    }
+  }
+
   // What the value adds to a client's block that is so many bytes long.
   size_t BlockBytesBehind(size_t block_bytes, size_t index) const {
     const Property& property = Properties()[index];
@@ -82,6 +93,7 @@ class Record {
   static constexpr size_t kNowhere = ~size_t{0};
   size_t IndexOf(CEPROPID id, size_t hint = 0) const {
     const Property* const properties = Properties();
+    if (HasAt(hint, id)) return hint;
     for (size_t i = hint; i < property_count_; ++i) {
       if (properties[i].id == id) return i;
     }
@@ -91,6 +103,19 @@ class Record {
     return kNowhere;
   }
   bool Has(CEPROPID id) const { return IndexOf(id) != kNowhere; }
+
+  // Whether the property stands there.
+  bool HasAt(size_t index, CEPROPID id) const { return index < property_count_ && Properties()[index].id == id; }
+
+  // Whether these properties stand next to each other from there on.
+  bool HasAt(size_t first, std::span<const CEPROPID> ids) const {
+    if (ids.size() > property_count_ - first) return false;
+    const Property* property = Properties() + first;
+    for (const CEPROPID id : ids) {
+      if (property++->id != id) return false;
+    }
+    return true;
+  }
 
   // Of a property that is a number of four bytes.
   uint32_t NumberAt(size_t index) const { return Properties()[index].value; }

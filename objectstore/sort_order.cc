@@ -24,19 +24,9 @@ uint64_t OrderedDouble(double number) {
   return (bits & kSignBit) != 0 ? ~bits : bits | kSignBit;
 }
 
-uint64_t OrderedNumber(CEPROPID id, uint64_t number) {
-  switch (TypeOf(id)) {
-    case CEVT_I2:
-      return OrderedSigned(static_cast<int16_t>(number));
-    case CEVT_I4:
-      return OrderedSigned(static_cast<int32_t>(number));
-    case CEVT_R8:
-      return OrderedDouble(std::bit_cast<double>(number));
-    case CEVT_BOOL:
-      return number != 0 ? 1 : 0;
-    default:
-      return number;
-  }
+bool IsOrderedAsItStands(CEPROPID id) {
+  const WORD type = TypeOf(id);
+  return type == CEVT_UI2 || type == CEVT_UI4 || type == CEVT_FILETIME;
 }
 
 // A text in units, in a buffer of its own when it is a usual one.
@@ -72,6 +62,12 @@ bool SameKey(const SortKey& a, const SortKey& b) {
 }
 
 }  // namespace
+
+SortOrder::SortOrder(const SORTORDERSPEC& spec, size_t slot)
+    : spec_(spec),
+      slot_(slot),
+      numbers_are_ordered_(IsOrderedAsItStands(spec.propid)),
+      flipped_bits_(Descending() ? ~uint64_t{0} : 0) {}
 
 void SortOrder::Build(std::span<const RecordRef> records) {
   std::vector<Entry> present;
@@ -189,22 +185,22 @@ void SortOrder::Erase(const Record& record) {
   present_.erase(present_.begin() + static_cast<ptrdiff_t>(index));
 }
 
-bool SortOrder::Replace(const Record& before, Record& after) {
-  if (put_off_) return true;
+void SortOrder::Replace(const Record& before, Record& after) {
+  if (put_off_) return;
   const size_t old_value = IndexIn(before);
   const size_t new_value = IndexIn(after);
   if (old_value == Record::kNowhere && new_value == Record::kNowhere) {
     absent_[AbsentIndex(after.oid())] = &after;
-    return false;
+    return;
   }
   if (old_value == Record::kNowhere || new_value == Record::kNowhere) {
     Erase(before);
     Insert(after);
-    return true;
+    return;
   }
   const SortKey old_key = KeyOfRecord(before, old_value);
   const SortKey new_key = KeyOfRecord(after, new_value);
-  if (!SameKey(old_key, new_key) && PutOff()) return true;
+  if (!SameKey(old_key, new_key) && PutOff()) return;
   const size_t from = PresentIndex(old_key, before.oid());
   size_t to = PresentIndex(new_key, after.oid());
   const auto entries = present_.begin();
@@ -218,7 +214,6 @@ bool SortOrder::Replace(const Record& before, Record& after) {
   }
   if (to != from) by_identifier_ = false;
   present_[to] = {new_key.lead, &after};
-  return to != from;
 }
 
 SortKey SortOrder::KeyOfValue(const Value& value, std::vector<uint8_t>& scratch) const {
@@ -237,11 +232,6 @@ SortKey SortOrder::KeyOfValue(const Value& value, std::vector<uint8_t>& scratch)
 
 size_t SortOrder::FirstNotBefore(const SortKey& key) const { return present_begin() + PresentIndex(key, 0); }
 
-bool SortOrder::HoldsEqual(size_t position, const SortKey& key) const {
-  const size_t begin = present_begin();
-  return position >= begin && position - begin < present_.size() && Compare(present_[position - begin], key) == 0;
-}
-
 // The first eight bytes as a number, so that most comparisons need not follow a pointer.
 uint64_t SortOrder::LeadOfText(const uint8_t* key) const {
   uint64_t lead = 0;
@@ -250,10 +240,19 @@ uint64_t SortOrder::LeadOfText(const uint8_t* key) const {
   return Descending() ? ~lead : lead;
 }
 
-uint64_t SortOrder::LeadOfNumber(uint64_t number) const {
-  const uint64_t lead = OrderedNumber(spec_.propid, number);
-  if (!Descending()) return lead;
-  return ~lead;
+uint64_t SortOrder::OrderedNumber(uint64_t number) const {
+  switch (TypeOf(spec_.propid)) {
+    case CEVT_I2:
+      return OrderedSigned(static_cast<int16_t>(number));
+    case CEVT_I4:
+      return OrderedSigned(static_cast<int32_t>(number));
+    case CEVT_R8:
+      return OrderedDouble(std::bit_cast<double>(number));
+    case CEVT_BOOL:
+      return number != 0 ? 1 : 0;
+    default:
+      return number;
+  }
 }
 
 SortKey SortOrder::KeyOfRecord(const Record& record, size_t index) const {

@@ -25,7 +25,7 @@ struct SortKey {
 class SortOrder {
  public:
   // The slot is the order's place in its database's list, and that of its keys in each record.
-  SortOrder(const SORTORDERSPEC& spec, size_t slot) : spec_(spec), slot_(slot) {}
+  SortOrder(const SORTORDERSPEC& spec, size_t slot);
 
   const SORTORDERSPEC& spec() const { return spec_; }
   bool built() const { return built_; }
@@ -45,10 +45,14 @@ class SortOrder {
     if (put_off_) CatchUp(records);
   }
 
+  // It is built and nothing is put off.
+  bool settled() const { return built_ && !put_off_; }
+
   // Every record has the property, and the order is that of the identifiers. False also while that is not known.
   bool GoesByIdentifier() const { return by_identifier_ && !put_off_; }
 
   Record* At(size_t position) const {
+    if (absent_.empty()) return present_[position].record;
     const size_t begin = present_begin();
     if (position >= begin && position - begin < present_.size()) return present_[position - begin].record;
     return absent_[position < begin ? position : position - present_.size()];
@@ -65,14 +69,23 @@ class SortOrder {
   void Insert(Record& record);
   void Erase(const Record& record);
 
-  // Puts after in the place of before. Returns whether the position may have changed.
-  bool Replace(const Record& before, Record& after);
+  // Puts after in the place of before.
+  void Replace(const Record& before, Record& after);
 
   // The records whose keys equal, or do not sort before, the key of a value; positions within the whole order.
   SortKey KeyOfValue(const Value& value, std::vector<uint8_t>& scratch) const;
   SortKey KeyOfNumber(uint64_t number) const { return {LeadOfNumber(number), nullptr}; }
   size_t FirstNotBefore(const SortKey& key) const;
-  bool HoldsEqual(size_t position, const SortKey& key) const;
+  bool HoldsEqual(size_t position, const SortKey& key) const { return EqualAt(position, key) != nullptr; }
+
+  // The record at a position, if there is one with such a key; else null.
+  const Record* EqualAt(size_t position, const SortKey& key) const {
+    const size_t index = position - present_begin();  // of positions before it a very large number
+    if (index >= present_.size()) return nullptr;
+    const Entry& entry = present_[index];
+    if (entry.lead != key.lead) return nullptr;
+    return key.text == nullptr || Compare(entry, key) == 0 ? entry.record : nullptr;
+  }
 
   // The positions [begin, end) of the records that have the property.
   size_t present_begin() const { return UnknownFirst() ? absent_.size() : 0; }
@@ -92,7 +105,10 @@ class SortOrder {
   void CatchUp(std::span<const RecordRef> records);
   bool PutOff();
   uint64_t LeadOfText(const uint8_t* key) const;
-  uint64_t LeadOfNumber(uint64_t number) const;
+  uint64_t LeadOfNumber(uint64_t number) const {
+    return (numbers_are_ordered_ ? number : OrderedNumber(number)) ^ flipped_bits_;
+  }
+  uint64_t OrderedNumber(uint64_t number) const;
   size_t IndexIn(const Record& record) const { return record.IndexOf(spec_.propid); }
   SortKey KeyOfRecord(const Record& record, size_t index) const;
   int Compare(const Entry& entry, const SortKey& key) const;
@@ -102,6 +118,8 @@ class SortOrder {
 
   SORTORDERSPEC spec_;
   size_t slot_;
+  bool numbers_are_ordered_;  // a number's bytes are its lead, but for the direction
+  uint64_t flipped_bits_;     // all of them in a descending order, else none
   bool built_ = false;
   bool by_identifier_ = false;
   bool put_off_ = false;          // present_ and absent_ are not current; their records may be gone

@@ -44,15 +44,6 @@ Status Measure(const CEPROPVAL& given, Value& measured) {
   return Status::kOk;
 }
 
-BYTE* BlockWriter::AddText(const Value& value) {
-  AlignTail(alignof(WCHAR));
-  BYTE* const text = block_ + tail_;
-  CopyUnits(value.bytes, value.length, value.narrow, text);
-  std::memset(text + value.length * sizeof(WCHAR), 0, sizeof(WCHAR));
-  tail_ += PayloadBytes(value.id, value.length);
-  return text;
-}
-
 BYTE* BlockWriter::AddBlob(const Value& value) {
   AlignTail(kBlobAlignment);
   BYTE* const bytes = block_ + tail_;

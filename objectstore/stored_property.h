@@ -106,12 +106,25 @@ constexpr size_t AlignUp(size_t offset, size_t alignment) { return (offset + ali
 class BlockWriter {
  public:
   BlockWriter(BYTE* block, size_t count) : block_(block), tail_(count * sizeof(CEPROPVAL)) {}
-  void Add(const Value& value) {
+
+  // A text inside the store, of so many units.
+  void AddText(CEPROPID id, const uint8_t* text, size_t units, bool narrow) {
+    if (tail_ % alignof(WCHAR) != 0) AlignTail(alignof(WCHAR));
+    BYTE* const place = block_ + tail_;
+    CopyUnits(text, units, narrow, place);
+    std::memset(place + units * sizeof(WCHAR), 0, sizeof(WCHAR));
+    tail_ += (units + 1) * sizeof(WCHAR);
+    CEPROPVAL property{};
+    property.propid = id;
+    property.val.lpwstr = reinterpret_cast<WCHAR*>(place);
+    Put(property);
+  }
+
+  // Anything but a text.
+  void AddOther(const Value& value) {
     CEPROPVAL property{};
     property.propid = value.id;
-    if (IsText(value.id)) {
-      property.val.lpwstr = reinterpret_cast<WCHAR*>(AddText(value));
-    } else if (IsBlob(value.id)) {
+    if (IsBlob(value.id)) {
       property.val.blob = {value.length, AddBlob(value)};
     } else {
       SetNumber(value.number, property);
@@ -123,7 +136,6 @@ class BlockWriter {
   void AddAbsent(CEPROPID id);
 
  private:
-  BYTE* AddText(const Value& value);
   BYTE* AddBlob(const Value& value);
   void AlignTail(size_t alignment);
   void Put(const CEPROPVAL& value) {

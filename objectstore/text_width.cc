@@ -19,20 +19,40 @@ void WidenStep(const uint8_t* narrow, uint8_t* to) {
   std::memcpy(to, step, sizeof step);
 }
 
-// What does not fill a last step is taken together with units of the step before it.
-template <size_t kUnits>
-void WidenBySteps(const uint8_t* narrow, size_t units, uint8_t* to) {
-  for (size_t done = 0; done + kUnits < units; done += kUnits) {
-    WidenStep<kUnits>(narrow + done, to + done * sizeof(WCHAR));
-  }
-  WidenStep<kUnits>(narrow + units - kUnits, to + (units - kUnits) * sizeof(WCHAR));
+// The usual step, for which a compiler's own vectors go through memory.
+template <>
+inline void WidenStep<16>(const uint8_t* narrow, uint8_t* to) {
+  using Bytes = uint8_t __attribute__((vector_size(16)));
+  constexpr Bytes kZeros{};
+  Bytes bytes;
+  std::memcpy(&bytes, narrow, sizeof bytes);
+  const bool low_byte_first = std::endian::native == std::endian::little;
+  const Bytes first = low_byte_first ? bytes : kZeros;
+  const Bytes second = low_byte_first ? kZeros : bytes;
+  const Bytes front = __builtin_shufflevector(first, second, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+  const Bytes back =
+      __builtin_shufflevector(first, second, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
+  std::memcpy(to, &front, sizeof front);
+  std::memcpy(to + sizeof front, &back, sizeof back);
 }
 
+// What does not fill a last step is taken together with units of the step before it.
 void Widen(const uint8_t* narrow, size_t units, uint8_t* to) {
-  if (units >= 16) return WidenBySteps<16>(narrow, units, to);
-  if (units >= 8) return WidenBySteps<8>(narrow, units, to);
-  if (units >= 4) return WidenBySteps<4>(narrow, units, to);
-  for (size_t i = 0; i < units; ++i) WidenStep<1>(narrow + i, to + i * sizeof(WCHAR));
+  const auto last = [&]<size_t kUnits>() {
+    WidenStep<kUnits>(narrow + units - kUnits, to + (units - kUnits) * sizeof(WCHAR));
+  };
+  if (units >= 16) {
+    for (size_t done = 0; done + 16 < units; done += 16) WidenStep<16>(narrow + done, to + done * sizeof(WCHAR));
+    last.operator()<16>();
+  } else if (units >= 8) {
+    WidenStep<8>(narrow, to);
+    last.operator()<8>();
+  } else if (units >= 4) {
+    WidenStep<4>(narrow, to);
+    last.operator()<4>();
+  } else {
+    for (size_t i = 0; i < units; ++i) WidenStep<1>(narrow + i, to + i * sizeof(WCHAR));
+  }
 }
 
 }  // namespace

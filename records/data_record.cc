@@ -80,6 +80,15 @@ void ReleaseRecord(MDbDataRec* rec) {
   MDbDataRecInitialize(rec);
 }
 
+// A field that is not among what was loaded.
+static MDbStatus ReadStoredField(const MDbDataTbl& table, const MDbDataRec& rec, int16_t field, MDbChar* text,
+                                 uint32_t size) {
+  PropertyBlock block;
+  MDB_TRY(ReadOne(table, rec, RecPropField(field), &block));
+  if (block) CopyText(block[0], text, size);
+  return MDbStatusOk;
+}
+
 MDbStatus ReadMark(const MDbDataTbl& table, const MDbDataRec& rec, uint8_t* marked) {
   PropertyBlock block;
   MDB_TRY(ReadOne(table, rec, RecPropMark, &block));
@@ -120,13 +129,9 @@ MDbStatus MDbDataRecGetFieldPtr(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDb
 
 MDbStatus MDbDataRecReadField(MDbEnv*, MDbRef*, MDbDataTbl* table, MDbDataRec* rec, int16_t field, MDbChar* text,
                               uint32_t size) {
-  if (const MDbChar* loaded = LoadedField(*rec, field)) {
-    CopyWideTruncated(size, loaded, text);
-    return MDbStatusOk;
-  }
-  PropertyBlock block;
-  MDB_TRY(ReadOne(*table, *rec, RecPropField(field), &block));
-  if (block) CopyText(block[0], text, size);
+  const MDbChar* loaded = LoadedField(*rec, field);
+  if (loaded == nullptr) return ReadStoredField(*table, *rec, field, text, size);
+  CopyWideTruncated(size, loaded, text);
   return MDbStatusOk;
 }
 
