@@ -19,6 +19,13 @@ constexpr char16_t kCaseBit = 0x20;  // what an ASCII letter's two cases differ 
 // taken for rarer.
 constexpr std::u16string_view kLettersByFrequency = u"eaintrosldumcpghbvfkzwyjxq";
 
+TextExtent ExtentUnitByUnit(const char16_t* text) {
+  unsigned sum = 0;
+  size_t size = 0;
+  for (; text[size] != 0; ++size) sum |= text[size];
+  return {size, sum < 0x80};
+}
+
 size_t Rarity(char16_t unit) { return std::min(kLettersByFrequency.find(unit), kLettersByFrequency.size()); }
 
 #if defined(__SSE2__)
@@ -45,9 +52,7 @@ __m128i Load(const char16_t* units) { return _mm_loadu_si128(reinterpret_cast<co
 
 // Of a block in which the text ends there may be units that belong to something else, which the sanitizers would
 // not have anybody read.
-__attribute__((no_sanitize("address", "thread"))) __m128i LoadAligned(const char16_t* units) {
-  return *reinterpret_cast<const __m128i*>(units);
-}
+__attribute__((no_sanitize("address", "thread"))) __m128i LoadAligned(const __m128i* block) { return *block; }
 
 void Store(char16_t* place, __m128i units) { _mm_storeu_si128(reinterpret_cast<__m128i*>(place), units); }
 
@@ -57,6 +62,22 @@ __m128i Equal(const char16_t* units, __m128i spread) {
 }
 
 uint32_t Bits(__m128i bytes) { return static_cast<uint32_t>(_mm_movemask_epi8(bytes)); }
+
+__m128i AreZero(__m128i units) { return _mm_cmpeq_epi16(units, _mm_setzero_si128()); }
+uint32_t Zeros(__m128i units) { return Bits(AreZero(units)); }
+
+// Whether all of 32 units are ASCII and none ends the text. Packed with saturation, a byte has its highest bit for any
+// other unit below 0x8000, and is zero for the units from there on and for zero itself.
+bool IsAsciiPiece(const __m128i* block) {
+  const __m128i first = _mm_packus_epi16(LoadAligned(block), LoadAligned(block + 1));
+  const __m128i second = _mm_packus_epi16(LoadAligned(block + 2), LoadAligned(block + 3));
+  const __m128i zeros = _mm_cmpeq_epi8(_mm_min_epu8(first, second), _mm_setzero_si128());
+  return Bits(_mm_or_si128(zeros, _mm_or_si128(first, second))) == 0;
+}
+
+uint32_t BeyondAscii(__m128i units) {
+  return Zeros(_mm_and_si128(units, _mm_set1_epi16(static_cast<int16_t>(0xFF80)))) ^ 0xFFFF;
+}
 
 #else
 
@@ -74,42 +95,33 @@ struct InAscii {
 
 #if defined(__SSE2__)
 
-// Read in aligned blocks of eight units, each only when the one before it does not end the text; units behind the end
-// take no part in the answer. A text at an odd address is never aligned and is read unit by unit.
+// Read in aligned blocks of eight units, four at a time where they lie in one aligned piece, so that none is in a page
+// where the text has nothing. Units before the text and behind its end take no part in the answer. A text at an odd
+// address is never aligned and is read unit by unit.
 TextExtent ExtentOf(const char16_t* text) {
-  const char16_t* place = text;
-  unsigned sum = 0;
-  for (; reinterpret_cast<uintptr_t>(place) % sizeof(__m128i) != 0; ++place) {
-    if (*place == 0) return {static_cast<size_t>(place - text), sum < 0x80};
-    sum |= *place;
+  constexpr size_t kPieceBlocks = 4;
+  const auto address = reinterpret_cast<uintptr_t>(text);
+  if (address % sizeof(char16_t) != 0) return ExtentUnitByUnit(text);
+  const size_t before = address % sizeof(__m128i);
+  const auto* block = reinterpret_cast<const __m128i*>(address - before);
+  uint32_t in_text = ~uint32_t{0} << before;  // two bits a unit
+  bool ascii = true;
+  for (;; ++block) {
+    const bool is_piece = reinterpret_cast<uintptr_t>(block) % (kPieceBlocks * sizeof(__m128i)) == 0;
+    while (is_piece && IsAsciiPiece(block)) {
+      block += kPieceBlocks;
+      in_text = ~uint32_t{0};
+    }
+    const __m128i units = LoadAligned(block);
+    const uint32_t ends = Zeros(units) & in_text;
+    if (ends != 0) in_text &= (ends & ~(ends - 1)) - 1;
+    ascii = ascii && (BeyondAscii(units) & in_text) == 0;
+    if (ends != 0) {
+      const uintptr_t end = reinterpret_cast<uintptr_t>(block) + static_cast<size_t>(std::countr_zero(ends));
+      return {(end - address) / sizeof(char16_t), ascii};
+    }
+    in_text = ~uint32_t{0};
   }
-  const __m128i zero = _mm_setzero_si128();
-  const __m128i beyond_ascii = _mm_set1_epi16(static_cast<int16_t>(0xFF80));
-  __m128i sums = zero;
-  __m128i units = zero;
-  uint32_t ends = 0;
-  const auto goes_on = [&] {
-    units = LoadAligned(place);
-    ends = Bits(_mm_cmpeq_epi16(units, zero));
-    if (ends != 0) return false;
-    sums = _mm_or_si128(sums, units);
-    place += 8;
-    return true;
-  };
-  // Four blocks a round: the way back is what would take the time.
-  const auto two_go_on = [&] {
-    if (!goes_on()) return false;
-    return goes_on();
-  };
-  for (;;) {
-    if (!two_go_on()) break;
-    if (!two_go_on()) break;
-  }
-  const auto ascii_bits = [&](__m128i all) { return Bits(_mm_cmpeq_epi16(_mm_and_si128(all, beyond_ascii), zero)); };
-  const auto rest = static_cast<size_t>(std::countr_zero(ends)) / 2;
-  const uint32_t in_text = (1U << 2 * rest) - 1;
-  const bool ascii = sum < 0x80 && ascii_bits(sums) == 0xFFFF && (ascii_bits(units) & in_text) == in_text;
-  return {static_cast<size_t>(place - text) + rest, ascii};
 }
 
 uint32_t FoldAsciiOfBlock(const char16_t* text, char16_t* folded) {
@@ -140,12 +152,7 @@ uint32_t FoldAsciiOfBlock(const char16_t* text, char16_t* folded) {
   return others;
 }
 
-TextExtent ExtentOf(const char16_t* text) {
-  unsigned sum = 0;
-  size_t size = 0;
-  for (; text[size] != 0; ++size) sum |= text[size];
-  return {size, sum < 0x80};
-}
+TextExtent ExtentOf(const char16_t* text) { return ExtentUnitByUnit(text); }
 
 #endif
 

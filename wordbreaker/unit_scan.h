@@ -1,7 +1,8 @@
 // The passes over a text's UTF-16 units, many at a time where the processor has SSE2 and one at a time elsewhere.
 //
 // (U1) Both ways give the same answers. (U2) Nothing outside a text is looked at, except that finding a terminated
-// text's end may read up to the next address that is a multiple of 16, which never leaves the page of its last unit.
+// text's end may read from the last address before it that is a multiple of 16 up to the next one of 64, which never
+// leaves the pages of its units.
 #pragma once
 
 #include <array>
