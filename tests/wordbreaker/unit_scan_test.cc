@@ -4,7 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
+#include <iterator>
+#include <new>
 #include <random>
 #include <string>
 
@@ -22,7 +23,7 @@ using wordbreaker::WordFilter;
 constexpr size_t kLongest = 75;  // more than two rounds of the widest pass
 
 TEST(UnitScan, AnEndIsFoundAtEveryAddressAndWhatIsBehindItDoesNotCount) {
-  for (size_t skipped = 0; skipped < 8; ++skipped) {
+  for (size_t skipped = 0; skipped < 32; ++skipped) {
     for (size_t size = 0; size < kLongest; ++size) {
       for (const char16_t behind : {u'a', u'\u0080', u'\xFFFF', u'\0'}) {
         std::u16string units(skipped, u'\u00E4');
@@ -35,18 +36,32 @@ TEST(UnitScan, AnEndIsFoundAtEveryAddressAndWhatIsBehindItDoesNotCount) {
   }
 }
 
+// Units from a multiple of the longest piece's length on, and nothing behind them.
+class AlignedUnits {
+ public:
+  explicit AlignedUnits(size_t count) : units_(new (kAlignment) char16_t[count]()) {}
+  AlignedUnits(const AlignedUnits&) = delete;
+  AlignedUnits& operator=(const AlignedUnits&) = delete;
+  ~AlignedUnits() { ::operator delete[](units_, kAlignment); }
+  char16_t* get() const { return units_; }
+
+ private:
+  static constexpr std::align_val_t kAlignment{64};
+  char16_t* units_;
+};
+
 TEST(UnitScan, OneUnitOutsideAsciiIsSeenWhereverItStands) {
-  for (size_t skipped = 0; skipped < 8; ++skipped) {
+  for (size_t skipped = 0; skipped < 32; ++skipped) {
     for (size_t size = 1; size < kLongest; ++size) {
       for (size_t place = 0; place < size; ++place) {
-        for (const char16_t other : {u'\u0080', u'\u0100', u'\u4E00', u'\xD800', u'\xFFFF'}) {
-          const auto units = std::make_unique<char16_t[]>(skipped + size + 1);  // and nothing behind
-          std::fill_n(units.get(), skipped + size, u'a');
-          units[skipped + place] = other;
-          const TextExtent extent = ExtentOf(units.get() + skipped);
-          ASSERT_EQ(extent.size, size);
-          ASSERT_FALSE(extent.ascii) << Shown({&other, 1}) << " at " << place << " of " << size << ", " << skipped;
-        }
+        const char16_t kOthers[] = {u'\u0080', u'\u0100', u'\u4E00', u'\xD800', u'\xFFFF'};
+        const char16_t other = kOthers[(place + size) % std::size(kOthers)];
+        const AlignedUnits units(skipped + size + 1);
+        std::fill_n(units.get(), skipped + size, u'a');
+        units.get()[skipped + place] = other;
+        const TextExtent extent = ExtentOf(units.get() + skipped);
+        ASSERT_EQ(extent.size, size);
+        ASSERT_FALSE(extent.ascii) << Shown({&other, 1}) << " at " << place << " of " << size << ", " << skipped;
       }
     }
   }
