@@ -21,7 +21,9 @@ int32_t TakeSpans(int32_t* days, int32_t span, int32_t limit) {
 }
 
 int32_t MonthOfYearDay(int32_t day_of_year, int32_t (*days_before)(int32_t)) {
-  int32_t month = 12;
+  constexpr int32_t kShortestMonth = 28;
+  int32_t month = day_of_year / kShortestMonth + 1;  // or one before
+  if (month > 12) month = 12;
   while (day_of_year <= days_before(month - 1)) --month;
   return month;
 }

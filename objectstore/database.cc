@@ -9,10 +9,13 @@ namespace objectstore {
 
 namespace {
 
-// Drops the text sort keys of all records, now and, unless the new ones are to be kept, at the end of the scope.
+// Drops the text sort keys of all records, if there are any now and, unless the new ones are to be kept, at the end of the
+// scope.
 class DropTextKeys {
  public:
-  explicit DropTextKeys(std::span<const RecordRef> records) : records_(records) { Drop(); }
+  DropTextKeys(std::span<const RecordRef> records, bool there_are_any) : records_(records) {
+    if (there_are_any) Drop();
+  }
   DropTextKeys(const DropTextKeys&) = delete;
   DropTextKeys& operator=(const DropTextKeys&) = delete;
   ~DropTextKeys() {
@@ -181,7 +184,9 @@ Status Database::SetDescription(const Description& description, bool with_time) 
 Status Database::ReplaceOrders(const Description& description) {
   std::vector<SortOrder> orders = OrdersOf(description);
   std::vector<SortOrder> orders_of_before = OrdersOf(head_.description);
-  DropTextKeys keys(records_);
+  const bool has_text_keys =
+      std::any_of(orders_.begin(), orders_.end(), [](const SortOrder& order) { return order.has_text_keys(); });
+  DropTextKeys keys(records_, has_text_keys);
   orders_.swap(orders_of_before);  // the keys in the records go: the orders are built again at their next use
   STORE_TRY(CheckOrders(orders, records_));
   keys.Keep();

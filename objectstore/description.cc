@@ -3,8 +3,9 @@
 
 #include <unicode/uchar.h>
 
+#include <time.h>
 #include <algorithm>
-#include <chrono>
+
 #include <cstring>
 #include <limits>
 
@@ -95,11 +96,19 @@ void FillInfo(const Description& description, CEDBASEINFO& info) {
   if (specs.empty()) info.rgSortSpecs[0] = kPlaceholder;
 }
 
+// As fine as the system keeps the times of its files, where it has a clock for that: every write asks.
 uint64_t CurrentTime() {
-  using Steps = std::chrono::duration<int64_t, std::ratio<1, 10'000'000>>;
-  constexpr uint64_t kFrom1601To1970 = 116'444'736'000'000'000;
-  const auto since_1970 = std::chrono::system_clock::now().time_since_epoch();
-  return kFrom1601To1970 + static_cast<uint64_t>(std::chrono::duration_cast<Steps>(since_1970).count());
+  constexpr uint64_t kStepsPerSecond = 10'000'000;
+  constexpr uint64_t kFrom1601To1970 = 11'644'473'600 * kStepsPerSecond;
+#if defined(CLOCK_REALTIME_COARSE)
+  constexpr clockid_t kClock = CLOCK_REALTIME_COARSE;
+#else
+  constexpr clockid_t kClock = CLOCK_REALTIME;
+#endif
+  timespec now = {};
+  clock_gettime(kClock, &now);
+  return kFrom1601To1970 + static_cast<uint64_t>(now.tv_sec) * kStepsPerSecond +
+         static_cast<uint64_t>(now.tv_nsec) / 100;
 }
 
 }  // namespace objectstore

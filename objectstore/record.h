@@ -88,6 +88,14 @@ class Record {
     }
   }
 
+  // Of a property that is a number, a boolean or a time.
+  uint64_t WholeNumberAt(size_t index) const {
+    const Property& property = Properties()[index];
+    uint64_t number = property.value;
+    if (property.form == Form::kLongNumber) std::memcpy(&number, Bytes() + property.value, sizeof number);
+    return number;
+  }
+
   // Where a property stands; kNowhere when the record has none such. Looking begins at the hint, so that whoever asks for
   // one after the other finds each at once.
   static constexpr size_t kNowhere = ~size_t{0};

@@ -15,6 +15,14 @@ namespace {
 
 constexpr uint64_t kSignBit = uint64_t{1} << 63;
 
+constexpr size_t kLeadBytes = sizeof(SortKey::lead);
+
+uint64_t BigEndian64(const uint8_t* bytes) {
+  uint64_t number = 0;
+  for (size_t i = 0; i < sizeof number; ++i) number = number << 8 | bytes[i];
+  return number;
+}
+
 uint64_t OrderedSigned(int64_t number) { return static_cast<uint64_t>(number) ^ kSignBit; }
 
 // Doubles by value; the two zeros are equal; everything that is not a number is equal and comes last.
@@ -74,8 +82,9 @@ void SortOrder::Build(std::span<const RecordRef> records) {
   std::vector<Record*> absent;
   present.reserve(records.size());
   absent.reserve(records.size());
-  for (const RecordRef& record : records) PrepareKey(*record);
-  Fill(records, present, absent);
+  has_text_keys_ = SortsText();
+  // In one pass: a record and its key are at hand.
+  Fill(records, present, absent, [this](Record& record) { PrepareKey(record); });
   present_.swap(present);
   absent_.swap(absent);
   by_identifier_ = absent_.empty() && AscendByIdentifier(present_);
@@ -84,17 +93,19 @@ void SortOrder::Build(std::span<const RecordRef> records) {
 }
 
 void SortOrder::CatchUp(std::span<const RecordRef> records) {
-  Fill(records, present_, absent_);
+  Fill(records, present_, absent_, [](Record&) {});
   by_identifier_ = absent_.empty() && AscendByIdentifier(present_);
   put_off_ = false;
 }
 
-// The vectors have the room and the records have their keys.
-void SortOrder::Fill(std::span<const RecordRef> records, std::vector<Entry>& present,
-                     std::vector<Record*>& absent) const {
+// The vectors have the room; the records have their keys once they are prepared.
+template <typename Prepare>
+void SortOrder::Fill(std::span<const RecordRef> records, std::vector<Entry>& present, std::vector<Record*>& absent,
+                     Prepare prepare) const {
   present.clear();
   absent.clear();
   for (const RecordRef& record : records) {
+    prepare(*record);
     const size_t index = IndexIn(*record);
     if (index == Record::kNowhere) {
       absent.push_back(record.get());
@@ -102,11 +113,32 @@ void SortOrder::Fill(std::span<const RecordRef> records, std::vector<Entry>& pre
       present.push_back({KeyOfRecord(*record, index).lead, record.get()});
     }
   }
-  const auto before = [this](const Entry& a, const Entry& b) {
-    return EntryBefore(a, {b.lead, b.record->text_keys[slot_].get()}, b.record->oid());
+  Sort(present, 0);
+}
+
+// Entries that stand by identifier and have so many bytes of their keys in common, the lead not among them. Sorted by the
+// lead, and where leads are equal and the texts go on, by the bytes behind. Needs no memory.
+void SortOrder::Sort(std::span<Entry> entries, size_t common_bytes) const {
+  const auto before = [](const Entry& a, const Entry& b) {
+    return a.lead != b.lead ? a.lead < b.lead : a.record->oid() < b.record->oid();
   };
   // Records are often in order already: what they are sorted on has grown with their identifiers.
-  if (!std::is_sorted(present.begin(), present.end(), before)) std::sort(present.begin(), present.end(), before);
+  if (!std::is_sorted(entries.begin(), entries.end(), before)) std::sort(entries.begin(), entries.end(), before);
+  if (!SortsText()) return;
+  for (size_t begin = 0, end = 0; begin < entries.size(); begin = end) {
+    const uint64_t lead = entries[begin].lead;
+    for (end = begin + 1; end < entries.size() && entries[end].lead == lead;) ++end;
+    const bool texts_end = ((lead ^ flipped_bits_) & 0xFF) == 0;
+    if (end - begin > 1 && !texts_end) SortBehindLead(entries.subspan(begin, end - begin), common_bytes + kLeadBytes);
+  }
+}
+
+// Entries of equal leads; they have these again at the end.
+void SortOrder::SortBehindLead(std::span<Entry> entries, size_t common_bytes) const {
+  const uint64_t lead = entries.front().lead;
+  for (Entry& entry : entries) entry.lead = LeadOfText(entry.record->text_keys[slot_].get() + common_bytes);
+  Sort(entries, common_bytes);
+  for (Entry& entry : entries) entry.lead = lead;
 }
 
 bool SortOrder::AscendByIdentifier(std::span<const Entry> entries) {
@@ -131,6 +163,7 @@ bool SortOrder::HasEqualKeys() const {
 }
 
 size_t SortOrder::PositionOf(const Record& record) const {
+  if (!present_.empty() && present_.back().record == &record) return present_end() - 1;
   const size_t index = IndexIn(record);
   if (index == Record::kNowhere) return AbsentIndex(record.oid()) + (UnknownFirst() ? 0 : present_.size());
   return present_begin() + PresentIndex(KeyOfRecord(record, index), record.oid());
@@ -145,12 +178,15 @@ void SortOrder::PrepareKey(Record& record) const {
   const Collation& collation = Collation::ForFlags(spec_.dwFlags);
   uint8_t room[512];
   const size_t size = collation.KeyOf(units.data(), value.length, room, sizeof room);
-  std::unique_ptr<uint8_t[]> key(new uint8_t[size]);
+  // In whole leads: they are read one after the other, and a key ends in a zero.
+  const size_t whole_leads = (size + kLeadBytes - 1) / kLeadBytes * kLeadBytes;
+  std::unique_ptr<uint8_t[]> key(new uint8_t[whole_leads]);
   if (size <= sizeof room) {
     std::memcpy(key.get(), room, size);
   } else {
     collation.KeyOf(units.data(), value.length, key.get(), size);
   }
+  std::memset(key.get() + size, 0, whole_leads - size);
   record.text_keys[slot_] = std::move(key);
 }
 
@@ -227,18 +263,14 @@ SortKey SortOrder::KeyOfValue(const Value& value, std::vector<uint8_t>& scratch)
     scratch.resize(size);
     collation.KeyOf(units.data(), value.length, scratch.data(), scratch.size());
   }
+  if (size < kLeadBytes) std::memset(scratch.data() + size, 0, kLeadBytes - size);
   return {LeadOfText(scratch.data()), scratch.data()};
 }
 
 size_t SortOrder::FirstNotBefore(const SortKey& key) const { return present_begin() + PresentIndex(key, 0); }
 
-// The first eight bytes as a number, so that most comparisons need not follow a pointer.
-uint64_t SortOrder::LeadOfText(const uint8_t* key) const {
-  uint64_t lead = 0;
-  int shift = 56;
-  for (; shift >= 0 && *key != 0; ++key, shift -= 8) lead |= uint64_t{*key} << shift;
-  return Descending() ? ~lead : lead;
-}
+// The first eight bytes as a number, so that most comparisons need not follow a pointer. A shorter key has zeros behind.
+uint64_t SortOrder::LeadOfText(const uint8_t* key) const { return BigEndian64(key) ^ flipped_bits_; }
 
 uint64_t SortOrder::OrderedNumber(uint64_t number) const {
   switch (TypeOf(spec_.propid)) {
@@ -256,7 +288,7 @@ uint64_t SortOrder::OrderedNumber(uint64_t number) const {
 }
 
 SortKey SortOrder::KeyOfRecord(const Record& record, size_t index) const {
-  if (!SortsText()) return {LeadOfNumber(record.At(index).number), nullptr};
+  if (!SortsText()) return {LeadOfNumber(record.WholeNumberAt(index)), nullptr};
   const uint8_t* text = record.text_keys[slot_].get();
   return {LeadOfText(text), text};
 }
@@ -274,7 +306,9 @@ bool SortOrder::EntryBefore(const Entry& entry, const SortKey& key, CEOID oid) c
   return difference != 0 ? difference < 0 : entry.record->oid() < oid;
 }
 
+// Records mostly come in the order in which they are sorted.
 size_t SortOrder::PresentIndex(const SortKey& key, CEOID oid) const {
+  if (present_.empty() || EntryBefore(present_.back(), key, oid)) return present_.size();
   const auto found = std::partition_point(present_.begin(), present_.end(),
                                           [&](const Entry& entry) { return EntryBefore(entry, key, oid); });
   return static_cast<size_t>(found - present_.begin());

@@ -45,6 +45,9 @@ class SortOrder {
     if (put_off_) CatchUp(records);
   }
 
+  // Records may hold text keys of this order.
+  bool has_text_keys() const { return has_text_keys_; }
+
   // It is built and nothing is put off.
   bool settled() const { return built_ && !put_off_; }
 
@@ -100,11 +103,15 @@ class SortOrder {
   bool UnknownFirst() const { return (spec_.dwFlags & CEDB_SORT_UNKNOWNFIRST) != 0; }
   bool Descending() const { return (spec_.dwFlags & CEDB_SORT_DESCENDING) != 0; }
   bool SortsText() const { return IsText(spec_.propid); }
-  void Fill(std::span<const RecordRef> records, std::vector<Entry>& present, std::vector<Record*>& absent) const;
+  template <typename Prepare>
+  void Fill(std::span<const RecordRef> records, std::vector<Entry>& present, std::vector<Record*>& absent,
+            Prepare prepare) const;
+  void Sort(std::span<Entry> entries, size_t common_bytes) const;
+  void SortBehindLead(std::span<Entry> entries, size_t common_bytes) const;
   static bool AscendByIdentifier(std::span<const Entry> entries);
   void CatchUp(std::span<const RecordRef> records);
   bool PutOff();
-  uint64_t LeadOfText(const uint8_t* key) const;
+  uint64_t LeadOfText(const uint8_t* key) const;  // which has eight bytes at least
   uint64_t LeadOfNumber(uint64_t number) const {
     return (numbers_are_ordered_ ? number : OrderedNumber(number)) ^ flipped_bits_;
   }
@@ -122,6 +129,7 @@ class SortOrder {
   uint64_t flipped_bits_;     // all of them in a descending order, else none
   bool built_ = false;
   bool by_identifier_ = false;
+  bool has_text_keys_ = false;    // also when building failed half way
   bool put_off_ = false;          // present_ and absent_ are not current; their records may be gone
   size_t moves_since_asked_ = 0;  // records that changed places since somebody asked
   std::vector<Entry> present_;
