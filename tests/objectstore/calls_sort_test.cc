@@ -112,6 +112,18 @@ TEST_F(SortOrders, EveryTypeIsSortedByItsValue) {
   }
 }
 
+// A key is compared eight bytes at a time: the texts differ, end and are equal at every place of such a piece.
+TEST_F(SortOrders, TextsThatBeginAlikeAreSortedByWhatFollowsHoweverFarBehind) {
+  constexpr size_t kMostAlike = 40;
+  std::vector<std::u16string> ascending;
+  for (size_t alike = 1; alike <= kMostAlike; ++alike) ascending.emplace_back(alike, u'a');
+  for (size_t alike = kMostAlike + 1; alike-- > 0;) ascending.push_back(std::u16string(alike, u'a') + u'b');
+  Groups groups;
+  for (const std::u16string& text : ascending) groups.push_back({Text(1, text.c_str()), Text(1, text.c_str())});
+  ExpectSorted(
+      volume_, [this] { Remount(); }, groups);
+}
+
 TEST_F(SortOrders, TextsThatBeginAlikeDifferAtTheirEnds) {
   const std::u16string kStart(300, u'\u00E9');
   const std::u16string kTexts[] = {kStart, kStart + u"a", kStart + u"A", kStart + u"aa", kStart + u"b"};
