@@ -114,10 +114,7 @@ class BlockWriter {
     CopyUnits(text, units, narrow, place);
     std::memset(place + units * sizeof(WCHAR), 0, sizeof(WCHAR));
     tail_ += (units + 1) * sizeof(WCHAR);
-    CEPROPVAL property{};
-    property.propid = id;
-    property.val.lpwstr = reinterpret_cast<WCHAR*>(place);
-    Put(property);
+    PutPointer(id, reinterpret_cast<WCHAR*>(place));
   }
 
   // Anything but a text.
@@ -138,6 +135,15 @@ class BlockWriter {
  private:
   BYTE* AddBlob(const Value& value);
   void AlignTail(size_t alignment);
+
+  // Each member straight into its place: a copy of the whole would have to wait until they are all written.
+  void PutPointer(CEPROPID id, const WCHAR* text) {
+    BYTE* const property = block_ + next_;
+    std::memset(property, 0, sizeof(CEPROPVAL));
+    std::memcpy(property + offsetof(CEPROPVAL, propid), &id, sizeof id);
+    std::memcpy(property + offsetof(CEPROPVAL, val), &text, sizeof text);
+    next_ += sizeof(CEPROPVAL);
+  }
   void Put(const CEPROPVAL& value) {
     std::memcpy(block_ + next_, &value, sizeof value);
     next_ += sizeof value;
