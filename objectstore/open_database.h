@@ -47,6 +47,7 @@ class OpenDatabase {
       record = NextEqualAtOnce(reinterpret_cast<const CEPROPVAL*>(value));
     }
     if (record == nullptr) return 0;
+    record->Prefetch();
     MoveToRecord(*record, position);
     if (index != nullptr) *index = static_cast<DWORD>(position);
     return oid_;

@@ -42,6 +42,14 @@ class Record {
 
   CEOID oid() const { return oid_; }
 
+  // Whoever moves to a record reads it next: its bytes may be on their way while the call returns.
+  void Prefetch() const {
+    constexpr size_t kUsualBytes = 768;
+    constexpr size_t kLineBytes = 64;
+    const auto* const begin = reinterpret_cast<const std::byte*>(this);
+    for (size_t offset = 0; offset < kUsualBytes; offset += kLineBytes) __builtin_prefetch(begin + offset);
+  }
+
   // Properties stand in the order in which they were first written.
   size_t property_count() const { return property_count_; }
   CEPROPID IdAt(size_t index) const { return Properties()[index].id; }

@@ -22,16 +22,9 @@ Status MergeOne(const CEPROPVAL& given, std::vector<Value>& values) {
     if (place != values.end()) values.erase(place);
     return Status::kOk;
   }
-  Value measured;
-  STORE_TRY(Measure(given, measured));
-  if (place != values.end()) {
-    *place = measured;
-  } else if (values.size() == kMostProperties) {
-    return Status::kInvalidParameter;
-  } else {
-    values.push_back(measured);
-  }
-  return Status::kOk;
+  if (place != values.end()) return Measure(given, *place);
+  if (values.size() == kMostProperties) return Status::kInvalidParameter;
+  return Measure(given, values.emplace_back());  // the list is of no use any more when this fails
 }
 
 // Whether the write is no more than a new value for a number that can be set where it stands.
