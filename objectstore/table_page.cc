@@ -27,7 +27,6 @@ constexpr uint64_t kLargestPayload = 1 << 20;
 // How much of a payload stays on its page, by SQLite's rule for leaves of tables.
 constexpr uint32_t kMostLocal = kPageBytes - 35;
 constexpr uint32_t kLeastLocal = (kPageBytes - 12) * 32 / 255 - 23;
-constexpr uint32_t kBytesOfFurtherPage = kPageBytes - 4;
 
 constexpr uint32_t LocalBytes(uint32_t payload) {
   if (payload <= kMostLocal) return payload;
@@ -51,16 +50,34 @@ bool GetVariable(const Page& page, uint32_t& place, uint64_t& number) {
   return true;
 }
 
+uint32_t FirstPlaceOf(const Page& page) { return page[0] == kInteriorPage ? kInteriorHeaderBytes : kLeafHeaderBytes; }
+
 }  // namespace
 
 PageKind KindOfPage(const Page& page) {
   return page[0] == kLeafPage ? PageKind::kLeaf : page[0] == kInteriorPage ? PageKind::kInterior : PageKind::kOther;
 }
 
+uint32_t CellCountOfPage(const Page& page) { return BigEndian16(page.data() + kCellCountPlace); }
+
+uint32_t PlaceOfCell(const Page& page, uint32_t index) { return BigEndian16(&page[FirstPlaceOf(page) + 2 * index]); }
+
+std::optional<ChildCell> ChildCellOfPage(const Page& page, uint32_t index) {
+  uint32_t place = PlaceOfCell(page, index);
+  uint64_t key = 0;
+  if (place > kPageBytes - 4) return {};
+  const uint32_t child = BigEndian32(&page[place]);
+  place += 4;
+  if (!GetVariable(page, place, key)) return {};
+  return ChildCell{child, static_cast<int64_t>(key)};
+}
+
+uint32_t LastChildOfPage(const Page& page) { return BigEndian32(page.data() + kRightChildPlace); }
+
 Cells CellsOfPage(const Page& page) {
   Cells cells;
-  const uint32_t first = page[0] == kInteriorPage ? kInteriorHeaderBytes : kLeafHeaderBytes;
-  const uint32_t claimed = BigEndian16(page.data() + kCellCountPlace);
+  const uint32_t first = FirstPlaceOf(page);
+  const uint32_t claimed = CellCountOfPage(page);
   const uint32_t count = std::min(claimed, (kPageBytes - first) / 2);
   cells.impossible = claimed - count;
   for (uint32_t i = 0; i < count; ++i) {
@@ -90,7 +107,7 @@ bool AccountsForContent(const Page& page, uint32_t cell_bytes) {
 std::vector<uint32_t> ChildrenOfPage(const Page& page) {
   std::vector<uint32_t> children;
   for (const uint32_t place : CellsOfPage(page).places) children.push_back(BigEndian32(page.data() + place));
-  children.push_back(BigEndian32(page.data() + kRightChildPlace));
+  children.push_back(LastChildOfPage(page));
   return children;
 }
 

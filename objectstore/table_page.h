@@ -12,6 +12,23 @@ namespace objectstore {
 enum class PageKind { kLeaf, kInterior, kOther };
 PageKind KindOfPage(const Page& page);
 
+// How many cells a page says it has, and how many there can be; where one of them stands, if the page is sound. Any place
+// may be asked for a cell.
+inline constexpr uint32_t kMostCells = (kPageBytes - 8) / 6;
+uint32_t CellCountOfPage(const Page& page);
+uint32_t PlaceOfCell(const Page& page, uint32_t index);  // an index below kMostCells
+
+// A cell of an interior page: a child and the last key that may stand there. Nothing when none can begin at its place.
+struct ChildCell {
+  uint32_t child = 0;
+  int64_t last_key = 0;
+};
+std::optional<ChildCell> ChildCellOfPage(const Page& page, uint32_t index);
+uint32_t LastChildOfPage(const Page& page);
+
+// Bytes of a body on each page that it goes on in, behind the number of the next one.
+inline constexpr uint32_t kBytesOfFurtherPage = kPageBytes - 4;
+
 // The places of a sound page's cells, in the order of their keys; places that cannot be are left out and counted.
 struct Cells {
   std::vector<uint32_t> places;

@@ -48,28 +48,37 @@ VolumeFile::~VolumeFile() {
   }
   for (auto& statement : statements_) statement.reset();
   // Before the lock goes: afterwards the name may belong to another process's mount, as it may now if the file was moved.
-  if (!settled_ && !side_file_existed_ && HoldsLock() && CheckStillThere() == Status::kOk) RemoveEmptySideFile();
+  if (connected_ && !settled_ && !side_file_existed_ && HoldsLock() && CheckStillThere() == Status::kOk)
+    RemoveEmptySideFile();
   connection_.reset();
 }
 
+// SQLite takes the order of a table's pages for granted, and so does the reading without it: one in another's place gives
+// rows twice or out of order, each of them sound.
 Status VolumeFile::ForEachRow(Table table, int64_t first, int64_t last, const RowSink& sink) {
   if (!IsOfThisProcess()) return Status::kSharingViolation;
+  std::optional<int64_t> previous;
+  const auto take = [&](int64_t key, std::span<const uint8_t> body) {
+    if (key < first || key > last || (previous && key <= *previous)) return Status::kCorrupt;
+    previous = key;
+    return sink(key, body);
+  };
+  if (!resting_) return ForEachSqlRow(table, first, last, take);
+  return resting_->ForEachRow(static_cast<uint32_t>(kSchema[static_cast<size_t>(table)].root_page), first, last, take);
+}
+
+Status VolumeFile::ForEachSqlRow(Table table, int64_t first, int64_t last, const RowSink& sink) {
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(QueryOf(kRead, table), statement));
   StatementUse use(*statement);
   use.Bind(0, first).Bind(1, last);
-  int64_t previous = 0;
-  for (bool is_first = true;; is_first = false) {
+  for (;;) {
     bool has_row = false;
     STORE_TRY(use.Step(has_row));
     if (!has_row) return Status::kOk;
     int64_t key = 0;
     std::span<const uint8_t> body;
     if (!use.GetNumber(0, key) || !use.GetBlob(1, body)) return Status::kCorrupt;
-    // SQLite takes the order of a table's pages for granted: one in another's place gives rows twice or out of order,
-    // each of them sound.
-    if (key < first || key > last || (!is_first && key <= previous)) return Status::kCorrupt;
-    previous = key;
     STORE_TRY(sink(key, body));
   }
 }
@@ -77,6 +86,7 @@ Status VolumeFile::ForEachRow(Table table, int64_t first, int64_t last, const Ro
 Status VolumeFile::Begin() {
   if (!IsOfThisProcess()) return Status::kSharingViolation;
   STORE_TRY(CheckStillThere());
+  STORE_TRY(EndRest());
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(kRollback, statement));  // there when it is needed, however short memory is by then
   if (side_file_existed_ && !log_is_ours_) STORE_TRY(TakeUpLog());
@@ -155,6 +165,7 @@ Status VolumeFile::Settle() {
   const Status there = CheckStillThere();
   STORE_TRY(there == Status::kCorrupt ? there : Status::kOk);
   if (there != Status::kOk) return Status::kOk;  // the names beside it may belong to another file by now
+  if (resting_) return Status::kOk;              // and there is nothing that SQLite would leave
   STORE_TRY(TakeUpLog());
   STORE_TRY(StatusOfSqlite(sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr)));
   settled_ = true;
@@ -188,8 +199,7 @@ Status VolumeFile::RememberSize() {
 // Also after an opening that failed: SQLite makes the side file only when it has the lock.
 bool VolumeFile::HoldsLock() const {
   int level = SQLITE_LOCK_NONE;
-  return connection_ != nullptr &&
-         sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_LOCKSTATE, &level) == SQLITE_OK &&
+  return sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_LOCKSTATE, &level) == SQLITE_OK &&
          level == SQLITE_LOCK_EXCLUSIVE;
 }
 

@@ -9,6 +9,7 @@
 //      failure is seen.
 // (F5) Before the first flush of a mount, a log that the mount found is taken up and begun anew: behind its end it may hold
 //      shreds of a flush that never was, and a second power cut could complete them with sectors of the new one.
+// (F6) A file at rest is read without SQLite up to the first flush: SQLite has opened it and holds its lock, no more.
 #pragma once
 
 #include <sys/types.h>
@@ -16,11 +17,13 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
 #include "file_identity.h"
 #include "gathered_writes.h"
+#include "resting_file.h"
 #include "sqlite_statement.h"
 
 namespace objectstore {
@@ -67,13 +70,19 @@ class VolumeFile {
 
  private:
   VolumeFile(const FilePath& path, const FileIdentity& identity);
-  Status CheckHeader() const;
+  Status OpenFile();
+  Status CheckHeader();
   Status CheckHeaderInLog() const;
-  Status CheckNeighbours() const;
+  Status CheckNeighbours();
+  Status TakeLock();
+  Status LookWhetherItRests();
   Status Connect();
   Status CheckSchema();
   Status GatherLogWrites();
+  Status EndRest();
   Status ReasonOf(Status status) const;
+  sqlite3_file* MainFile() const;
+  Status ForEachSqlRow(Table table, int64_t first, int64_t last, const RowSink& sink);
   Status CheckStillThere() const;
   Status TakeUpLog();
   Status RememberSize();
@@ -98,6 +107,7 @@ class VolumeFile {
   pid_t owner_;
   uint64_t known_bytes_ = 0;  // the file is at least this long, unless somebody cuts it
   bool side_file_existed_ = false;
+  bool connected_ = false;    // or tried to: SQLite may have made the side file
   bool log_is_ours_ = false;  // all of it was written by this mount
   bool settled_ = false;
   bool directory_synced_ = true;
@@ -106,6 +116,7 @@ class VolumeFile {
   bool raises_version_ = false;  // the transaction under way makes it the newest
   GatheredWrites log_writes_;
   Connection connection_;
+  std::optional<RestingFile> resting_;  // until SQLite has looked at the file
   std::array<std::unique_ptr<Statement>, kQueryCount> statements_;
 };
 

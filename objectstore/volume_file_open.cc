@@ -7,6 +7,7 @@
 #include <cstring>
 #include <span>
 
+#include "first_page.h"
 #include "schema_check.h"
 #include "volume_file.h"
 #include "volume_header.h"
@@ -100,32 +101,51 @@ VolumeFile::VolumeFile(const FilePath& path, const FileIdentity& identity)
 
 Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std::unique_ptr<VolumeFile>& opened) {
   std::unique_ptr<VolumeFile> file(new VolumeFile(path, identity));
-  STORE_TRY(file->CheckHeader());
-  STORE_TRY(file->CheckNeighbours());
-  Status status = file->Connect();
-  if (status == Status::kOk) status = file->CheckSchema();
-  if (status == Status::kOk) status = file->GatherLogWrites();
+  Status status = file->OpenFile();
+  if (status == Status::kOk) status = file->CheckHeader();
+  if (status == Status::kOk) status = file->TakeLock();
+  if (status == Status::kOk) status = file->CheckNeighbours();
+  if (status == Status::kOk) status = file->LookWhetherItRests();
+  if (status == Status::kOk && !file->resting_) {
+    status = file->Connect();
+    if (status == Status::kOk) status = file->CheckSchema();
+    if (status == Status::kOk) status = file->GatherLogWrites();
+  }
   if (status != Status::kOk) return file->ReasonOf(status);
-  // Another process may have put another file in this one's place before the lock was ours.
-  STORE_TRY(file->CheckStillThere());
-  STORE_TRY(file->RememberSize());
   opened = std::move(file);
   return Status::kOk;
 }
 
+// SQLite opens the file and looks no further, until it is asked to read.
+Status VolumeFile::OpenFile() {
+  constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
+                         SQLITE_OPEN_EXRESCODE;
+  sqlite3* connection = nullptr;
+  const int result = sqlite3_open_v2(path_.full.c_str(), &connection, kFlags, nullptr);
+  connection_.reset(connection);
+  return result == SQLITE_OK ? Harden(connection) : StatusOfSqlite(result);
+}
+
+sqlite3_file* VolumeFile::MainFile() const {
+  sqlite3_file* file = nullptr;
+  const int result = sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file);
+  return result == SQLITE_OK && file != nullptr && file->pMethods != nullptr ? file : nullptr;
+}
+
 // Looks at the first bytes without SQLite, which would create a side file next to anything.
-Status VolumeFile::CheckHeader() const {
-  const FileDescriptor file(
-      Uninterrupted([this] { return open(path_.full.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
-  if (!file.valid()) return StatusOfErrno(errno);
-  struct stat found;
-  if (fstat(file.number(), &found) != 0) return StatusOfErrno(errno);
-  if (!S_ISREG(found.st_mode) || found.st_size > kLargestFileBytes) return Status::kCorrupt;
+Status VolumeFile::CheckHeader() {
+  sqlite3_file* file = MainFile();
+  if (file == nullptr) return Status::kCorrupt;
+  sqlite3_int64 bytes = 0;
+  STORE_TRY(StatusOfSqlite(file->pMethods->xFileSize(file, &bytes)));
+  if (bytes > kLargestFileBytes || bytes < kHeaderBytes) return Status::kCorrupt;
   uint8_t header[kHeaderBytes];
-  size_t count = 0;
-  STORE_TRY(ReadAt(file.number(), 0, header, count));
-  if (count != sizeof header) return Status::kCorrupt;
-  return IsVolumeHeader(header) ? Status::kOk : CheckHeaderInLog();
+  const int result = file->pMethods->xRead(file, header, kHeaderBytes, 0);
+  if (result == SQLITE_IOERR_SHORT_READ) return Status::kCorrupt;
+  STORE_TRY(StatusOfSqlite(result));
+  if (!IsVolumeHeader(header)) STORE_TRY(CheckHeaderInLog());
+  // SQLite opens a file that it may not write for reading. The lock needs writing.
+  return sqlite3_db_readonly(connection_.get(), "main") == 0 ? Status::kOk : Status::kAccessDenied;
 }
 
 // The power may have gone while the first page was on its way from the log into the file. It is whole in the log then.
@@ -138,36 +158,69 @@ Status VolumeFile::CheckHeaderInLog() const {
   return holds ? Status::kOk : Status::kCorrupt;
 }
 
+// As SQLite itself takes it for a connection that keeps a file for itself; what it asks for later, it has then. Another
+// process may have put another file in this one's place before the lock was ours.
+Status VolumeFile::TakeLock() {
+  sqlite3_file* file = MainFile();
+  STORE_TRY(StatusOfSqlite(file->pMethods->xLock(file, SQLITE_LOCK_SHARED)));
+  STORE_TRY(StatusOfSqlite(file->pMethods->xLock(file, SQLITE_LOCK_EXCLUSIVE)));
+  FileKind kind = FileKind::kMissing;
+  FileIdentity found;
+  STORE_TRY(Identify(path_, kind, found, &known_bytes_));
+  return kind == FileKind::kRegular && found == identity_ ? Status::kOk : Status::kFileNotFound;
+}
+
 // A volume never has a rollback journal; SQLite would play one back into the file. And its side file is a file; SQLite
 // would take a pipe or a device for one.
-Status VolumeFile::CheckNeighbours() const {
+Status VolumeFile::CheckNeighbours() {
   bool exists = false;
   STORE_TRY(Exists(path_.full + kJournalSuffix, exists));
   if (exists) return Status::kCorrupt;
   struct stat found;
-  if (lstat(side_file_.c_str(), &found) != 0) return errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
+  side_file_existed_ = lstat(side_file_.c_str(), &found) == 0;
+  if (!side_file_existed_) return errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
   return S_ISREG(found.st_mode) ? Status::kOk : Status::kCorrupt;
 }
 
+// With a log, or with a first page that is not the usual one, what counts is for SQLite to say. A folder in which no log
+// can be made is no place for a volume; SQLite would find that out only when it makes one.
+Status VolumeFile::LookWhetherItRests() {
+  if (side_file_existed_) return Status::kOk;
+  const RestingFile file(MainFile());
+  Page page;
+  STORE_TRY(file.Read(1, page));
+  if (!IsUsualFirstPage(page, known_bytes_)) return Status::kOk;
+  if (faccessat(AT_FDCWD, path_.directory.c_str(), W_OK | X_OK, AT_EACCESS) != 0) return StatusOfErrno(errno);
+  format_version_ = FormatVersionOf(page.data());
+  resting_ = file;
+  return Status::kOk;
+}
+
 Status VolumeFile::Connect() {
-  STORE_TRY(Exists(side_file_, side_file_existed_));
-  constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
-                         SQLITE_OPEN_EXRESCODE;
-  sqlite3* connection = nullptr;
-  const int result = sqlite3_open_v2(path_.full.c_str(), &connection, kFlags, nullptr);
-  connection_.reset(connection);
-  if (result != SQLITE_OK) return StatusOfSqlite(result);
-  // SQLite opens a file that it may not write for reading. Its first look would then ask for a lock that needs writing.
-  if (sqlite3_db_readonly(connection, "main") != 0) return Status::kAccessDenied;
-  STORE_TRY(Harden(connection));
-  STORE_TRY(Execute(connection, sql::kSetUpConnection));
+  connected_ = true;
+  STORE_TRY(Execute(connection_.get(), sql::kSetUpConnection));
   sqlite3_wal_hook(
-      connection,
+      connection_.get(),
       [](void* file, sqlite3*, const char*, int pages) {
         static_cast<VolumeFile*>(file)->side_file_pages_ = pages;
         return SQLITE_OK;
       },
       this);
+  return Status::kOk;
+}
+
+// Before the first flush. The first page has been looked at; since the lock is ours and no log was there, SQLite meets no
+// other. What it left of an attempt that failed is an empty log.
+Status VolumeFile::EndRest() {
+  if (!resting_) return Status::kOk;
+  struct stat found;
+  const bool has_log = lstat(side_file_.c_str(), &found) == 0;
+  if (!has_log && errno != ENOENT) return StatusOfErrno(errno);
+  if (has_log && (!S_ISREG(found.st_mode) || found.st_size != 0)) return Status::kCorrupt;
+  Status status = Connect();
+  if (status == Status::kOk) status = GatherLogWrites();
+  if (status != Status::kOk) return ReasonOf(status);
+  resting_.reset();
   return Status::kOk;
 }
 

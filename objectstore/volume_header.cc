@@ -29,7 +29,7 @@ bool IsVolumeHeader(const uint8_t* header) {
   };
   constexpr char kMagic[] = "SQLite format 3";
   constexpr uint8_t kWriteAheadLog = 2;
-  const uint32_t version = BigEndian32(header + 60);
+  const uint32_t version = FormatVersionOf(header);
   return version >= kFirstFormatVersion && version <= kFormatVersion &&
          std::memcmp(header, kMagic, sizeof kMagic) == 0 && BigEndian16(header + 16) == kPageBytes &&
          header[18] == kWriteAheadLog && header[19] == kWriteAheadLog && header[20] == 0 &&

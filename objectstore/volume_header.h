@@ -17,5 +17,6 @@ constexpr uint32_t BigEndian32(const uint8_t* bytes) {
 constexpr uint32_t BigEndian16(const uint8_t* bytes) { return uint32_t{bytes[0]} << 8 | bytes[1]; }
 
 bool IsVolumeHeader(const uint8_t* header);
+constexpr uint32_t FormatVersionOf(const uint8_t* header) { return BigEndian32(header + 60); }
 
 }  // namespace objectstore

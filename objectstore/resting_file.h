@@ -1,0 +1,48 @@
+// A volume's file at rest, read page by page without SQLite: no log stands beside it, so its pages are all that counts.
+//
+// (R1) Nobody else has the file: SQLite's lock on it is held, through SQLite's own file, until that is closed.
+// (R2) The first page is what SQLite makes of a volume's. Any other page is believed as far as it has been checked.
+// (R3) Nothing is written.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <functional>
+#include <span>
+
+#include "status.h"
+#include "volume_pages.h"
+
+namespace objectstore {
+
+class RestingFile {
+ public:
+  using RowSink = std::function<Status(int64_t key, std::span<const uint8_t> body)>;
+
+  explicit RestingFile(sqlite3_file* file) : file_(file) {}
+
+  // The page that counts from 1. Corrupt when the file does not hold all of it.
+  Status Read(uint32_t number, Page& page) const;
+
+  // Calls the sink for each row of a table whose key lies in the range, in the order in which the pages have them, and
+  // stops at its first failure. The sink has to refuse a key that does not ascend or is below the range: this is also
+  // what brings pages to an end that lead to each other, since no page is passed without a row.
+  Status ForEachRow(uint32_t root_page, int64_t first, int64_t last, const RowSink& sink) const;
+
+ private:
+  struct Search {
+    int64_t first;
+    int64_t last;
+    const RowSink& sink;
+    bool found_first = false;  // from here on rows follow each other
+    bool done = false;         // what follows lies behind the last key
+  };
+  Status Visit(uint32_t number, int depth, Search& search) const;
+  Status VisitChildren(const Page& page, uint32_t cells, int depth, Search& search) const;
+  Status VisitRows(const Page& page, uint32_t cells, Search& search) const;
+  Status Deliver(const Page& page, uint32_t place, Search& search) const;
+
+  sqlite3_file* file_;
+};
+
+}  // namespace objectstore
