@@ -117,6 +117,7 @@ class VolumeFile {
   GatheredWrites log_writes_;
   Connection connection_;
   std::optional<RestingFile> resting_;  // until SQLite has looked at the file
+  FileDescriptor descriptor_for_log_{-1};
   std::array<std::unique_ptr<Statement>, kQueryCount> statements_;
 };
 

@@ -182,15 +182,20 @@ Status VolumeFile::CheckNeighbours() {
   return S_ISREG(found.st_mode) ? Status::kOk : Status::kCorrupt;
 }
 
-// With a log, or with a first page that is not the usual one, what counts is for SQLite to say. A folder in which no log
-// can be made is no place for a volume; SQLite would find that out only when it makes one.
+// With a log, or with a first page that is not the usual one, what counts is for SQLite to say. It makes the log when it
+// looks at the file for the first time, which is at the first flush: that one can be made, and that there is a descriptor
+// for it, is seen to here.
 Status VolumeFile::LookWhetherItRests() {
   if (side_file_existed_) return Status::kOk;
   const RestingFile file(MainFile());
   Page page;
   STORE_TRY(file.Read(1, page));
   if (!IsUsualFirstPage(page, known_bytes_)) return Status::kOk;
-  if (faccessat(AT_FDCWD, path_.directory.c_str(), W_OK | X_OK, AT_EACCESS) != 0) return StatusOfErrno(errno);
+  constexpr int kFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+  FileDescriptor folder(Uninterrupted([this] { return open(path_.directory.c_str(), kFlags); }));
+  if (!folder.valid()) return StatusOfErrno(errno);
+  if (faccessat(folder.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) return StatusOfErrno(errno);
+  descriptor_for_log_.Swap(folder);
   format_version_ = FormatVersionOf(page.data());
   resting_ = file;
   return Status::kOk;
@@ -217,6 +222,10 @@ Status VolumeFile::EndRest() {
   const bool has_log = lstat(side_file_.c_str(), &found) == 0;
   if (!has_log && errno != ENOENT) return StatusOfErrno(errno);
   if (has_log && (!S_ISREG(found.st_mode) || found.st_size != 0)) return Status::kCorrupt;
+  {
+    FileDescriptor given_up(-1);
+    descriptor_for_log_.Swap(given_up);
+  }
   Status status = Connect();
   if (status == Status::kOk) status = GatherLogWrites();
   if (status != Status::kOk) return ReasonOf(status);

@@ -53,7 +53,11 @@ namespace {
 
 class ConnectionSettings : public PlaceTest {
  protected:
-  ConnectionSettings() { EXPECT_EQ(MDbAgentOpenDb(env(), u"sound.xdb"), MDbStatusOk); }
+  // With a record stored: before that SQLite does no more than hold the file.
+  ConnectionSettings() {
+    EXPECT_EQ(MDbAgentOpenDb(env(), u"sound.xdb"), MDbStatusOk);
+    EXPECT_EQ(Add(u"three"), MDbStatusOk);
+  }
 
   static int64_t Ask(const char* query) {
     sqlite3_stmt* statement = nullptr;

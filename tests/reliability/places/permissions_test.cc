@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "child_process.h"
+#include "object_store.h"
 #include "place_test.h"
 
 namespace places {
@@ -40,6 +41,7 @@ TEST_F(Permissions, ANewDatabaseAndItsSideFileAreTheOwnersAlone) {
     MDbRefInitialize(&ref);
     EXPECT_EQ(MDbCreate(env(), u"new.xdb", &ref), MDbStatusOk);
     EXPECT_EQ(ModeOf("new.xdb"), row.mode);
+    EXPECT_TRUE(CeFlushDBVol(&ref.volume));
     EXPECT_EQ(ModeOf("new.xdb-wal"), row.mode);
     EXPECT_EQ(MDbClose(env(), &ref), MDbStatusOk);
     umask(before);

@@ -273,24 +273,67 @@ TEST_F(StoreFaults, AJournalThatCannotBeSeenIsNotTakenForMissing) {
   EXPECT_TRUE(refused);
 }
 
+struct Reason {
+  Failure failure;
+  DWORD error;
+};
+constexpr Reason kReasons[] = {{Failure::kDevice, ERROR_IO_DEVICE},
+                               {Failure::kNoDescriptors, ERROR_NOT_ENOUGH_MEMORY},
+                               {Failure::kDenied, ERROR_ACCESS_DENIED},
+                               {Failure::kReadOnly, ERROR_ACCESS_DENIED},
+                               {Failure::kFull, ERROR_DISK_FULL}};
+
 TEST_F(StoreFaults, WhatAMountCannotOpenItSaysWhy) {
   Start();
-  ASSERT_TRUE(Do(UnmountStep()));
-  const struct {
-    Failure failure;
-    DWORD error;
-  } kReasons[] = {{Failure::kDevice, ERROR_IO_DEVICE},
-                  {Failure::kNoDescriptors, ERROR_NOT_ENOUGH_MEMORY},
-                  {Failure::kDenied, ERROR_ACCESS_DENIED},
-                  {Failure::kReadOnly, ERROR_ACCESS_DENIED},
-                  {Failure::kFull, ERROR_DISK_FULL}};
-  for (const auto& [failure, error] : kReasons) {
-    for (long at = 0; at < 3; ++at) {  // our look at the header, SQLite's file, its log
-      EXPECT_FALSE(DoWith(At(failure, Operation::kOpen, at), MountStep(OPEN_EXISTING))) << at;
-      EXPECT_EQ(error_, error) << faults::NameOf(failure) << " at open number " << at;
-      EXPECT_EQ(Files(), 1u) << at;
+  for (const bool with_log : {false, true}) {
+    SCOPED_TRACE(with_log);
+    // The log stays where it is when the unmount cannot fold it in.
+    if (with_log) {
+      ASSERT_TRUE(Do(MountStep(OPEN_EXISTING))) << error_;
+      world_.handles.clear();
+      ASSERT_TRUE(Do(OpenStep(0, kNumber)));
+      ASSERT_TRUE(Do(Add(2)));
+      ASSERT_FALSE(DoWith(At(Failure::kDevice, Operation::kSync, 1), UnmountStep()));
+    }
+    ASSERT_TRUE(Do(UnmountStep()));
+    const size_t files = with_log ? 2 : 1;
+    ASSERT_EQ(Files(), files);
+    for (const auto& [failure, error] : kReasons) {
+      for (long at = 0; at < 2; ++at) {  // the file, and its log or the folder that it would be made in
+        EXPECT_FALSE(DoWith(At(failure, Operation::kOpen, at), MountStep(OPEN_EXISTING))) << at;
+        EXPECT_EQ(error_, error) << faults::NameOf(failure) << " at open number " << at;
+        EXPECT_EQ(Files(), files) << at;
+      }
     }
   }
+}
+
+// That is when the log of a volume at rest is made.
+TEST_F(StoreFaults, WhatTheFirstFlushCannotOpenItSaysWhy) {
+  Start();
+  std::string stored = Content();
+  ASSERT_TRUE(Do(UnmountStep()));
+  for (const auto& [failure, error] : kReasons) {
+    SCOPED_TRACE(faults::NameOf(failure));
+    world_.handles.clear();
+    ASSERT_TRUE(Do(MountStep(OPEN_EXISTING))) << error_;
+    EXPECT_EQ(Files(), 1u);
+    ASSERT_TRUE(Do(OpenStep(0, kNumber)));
+    ASSERT_TRUE(Do(Add(2)));
+    EXPECT_FALSE(DoWith(At(failure, Operation::kOpen), FlushStep()));
+    EXPECT_EQ(error_, error);
+    if (failure == Failure::kNoDescriptors) {
+      EXPECT_TRUE(Do(FlushStep())) << "there may be some by now";
+      stored = Content();
+    } else {
+      EXPECT_FALSE(Do(FlushStep()));
+      EXPECT_FALSE(Do(UnmountStep()));
+    }
+    ASSERT_TRUE(Do(UnmountStep())) << error_;
+    EXPECT_EQ(Files(), 1u);
+  }
+  ASSERT_TRUE(Do(MountStep(OPEN_EXISTING))) << error_;
+  EXPECT_EQ(Content(), stored);
 }
 
 // Whether this process holds the lock, asked through a descriptor that stays open: closing it would drop the lock.
@@ -336,6 +379,45 @@ TEST_F(StoreFaults, TheLockIsHeldThroughEveryFailureAndGoneWithTheMount) {
     }
     const LockProbe probe(Path());
     EXPECT_FALSE(probe.Locked()) << at;
+  }
+}
+
+// SQLite looks at a file at rest when it is first flushed to. The lock was there before.
+TEST_F(StoreFaults, TheLockIsHeldThroughEveryFailureOfAFirstFlush) {
+  Start();
+  ASSERT_TRUE(Do(UnmountStep()));
+  world_.handles.clear();
+  ASSERT_TRUE(Do(MountStep(OPEN_EXISTING)));
+  const LockProbe probe(Path());
+  EXPECT_TRUE(probe.Locked());
+  ASSERT_TRUE(Do(OpenStep(0, kNumber)));
+  ASSERT_TRUE(Do(Add(2)));
+  bool done = false;
+  for (long at = 0; !done; ++at) {
+    faults::Arm({Failure::kNoMemory, at, true});
+    done = Do(FlushStep());
+    faults::Disarm();
+    ASSERT_TRUE(probe.Locked()) << at;
+    ASSERT_TRUE(done || error_ == ERROR_NOT_ENOUGH_MEMORY) << error_ << " at " << at;
+    EXPECT_NE(Content(), "") << at;
+  }
+  EXPECT_TRUE(Do(UnmountStep()));
+  EXPECT_FALSE(probe.Locked());
+  for (long at = 0, struck = 1; struck != 0; ++at) {
+    world_.handles.clear();
+    ASSERT_TRUE(Do(MountStep(OPEN_EXISTING)));
+    ASSERT_TRUE(Do(OpenStep(0, kNumber)));
+    ASSERT_TRUE(Do(Add(3)));
+    faults::Arm({Failure::kDevice, at});
+    done = Do(FlushStep());
+    struck = faults::Disarm().strikes;
+    ASSERT_TRUE(probe.Locked()) << at;
+    if (!done) {
+      ASSERT_FALSE(Do(UnmountStep())) << at;
+      ASSERT_TRUE(probe.Locked()) << at;
+    }
+    ASSERT_TRUE(Do(UnmountStep())) << at;
+    ASSERT_FALSE(probe.Locked()) << at;
   }
 }
 

@@ -17,7 +17,7 @@ TEST_P(WorkloadSweep, EveryAllocation) {
   for (const bool lasting : {false, true}) {
     long failed = 0;
     EXPECT_EQ(run.SweepMemory(lasting, failed), "");
-    EXPECT_GT(failed, 500);
+    EXPECT_GT(failed, 250) << "a workload has more allocations";
   }
 }
 
