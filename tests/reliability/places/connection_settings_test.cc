@@ -140,6 +140,29 @@ TEST_F(ConnectionSettings, LimitsAreLoweredToWhatIsUsed) {
   for (const auto& row : kLimits) EXPECT_LE(sqlite3_limit(last_opened.connection, row.limit, -1), row.most) << row.what;
 }
 
+// What SQLite would parse and read at each opening, it need not for one that changes nothing.
+TEST_F(ConnectionSettings, BeforeTheFirstFlushSqliteHoldsTheFileAndDoesNoMore) {
+  const auto figure = [](int which) {
+    int now = 0;
+    int most = 0;
+    EXPECT_EQ(sqlite3_db_status(last_opened.connection, which, &now, &most, 0), SQLITE_OK);
+    return now;
+  };
+  ASSERT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+  ASSERT_EQ(MDbAgentOpenDb(env(), u"sound.xdb"), MDbStatusOk);
+  EXPECT_EQ(RecordsOfOpen().size(), 3u);
+  EXPECT_EQ(sqlite3_next_stmt(last_opened.connection, nullptr), nullptr);
+  EXPECT_EQ(figure(SQLITE_DBSTATUS_SCHEMA_USED), 0);
+  EXPECT_EQ(figure(SQLITE_DBSTATUS_CACHE_MISS), 0);
+  int lock = SQLITE_LOCK_NONE;
+  EXPECT_EQ(sqlite3_file_control(last_opened.connection, "main", SQLITE_FCNTL_LOCKSTATE, &lock), SQLITE_OK);
+  EXPECT_EQ(lock, SQLITE_LOCK_EXCLUSIVE);
+  EXPECT_EQ(Add(u"four"), MDbStatusOk);
+  EXPECT_NE(sqlite3_next_stmt(last_opened.connection, nullptr), nullptr);
+  EXPECT_GT(figure(SQLITE_DBSTATUS_SCHEMA_USED), 0);
+  EXPECT_GT(figure(SQLITE_DBSTATUS_CACHE_MISS), 0);
+}
+
 // What the settings are for.
 TEST_F(ConnectionSettings, WhatAHostileFileWouldNeedIsRefused) {
   const char* const kStatements[] = {
