@@ -40,8 +40,8 @@ class Pages {
     return page;
   }
 
-  // An interior page of so many cells that all lead to one child and say that it holds every key.
-  void MakeInterior(uint32_t page, uint32_t cells, uint32_t child) {
+  // An interior page of so many cells that all lead to one child and say that it holds the keys up to this one.
+  void MakeInterior(uint32_t page, uint32_t cells, uint32_t child, uint64_t last_key) {
     constexpr uint32_t kCell = 4000;
     bytes_.replace(At(page, 0), kPage, kPage, '\0');
     Put(page, 0, 1, 5);
@@ -49,9 +49,11 @@ class Pages {
     Put(page, 8, 4, child);
     for (size_t i = 0; i < cells; ++i) Put(page, 12 + 2 * i, 2, kCell);
     Put(page, kCell, 4, child);
-    Put(page, kCell + 4, 4, 0xBFFFFFFF);
-    Put(page, kCell + 8, 4, 0xFFFFFFFF);
-    Put(page, kCell + 12, 1, 0xFF);
+    Put(page, kCell + 12, 1, last_key & 0xFF);
+    last_key >>= 8;
+    for (uint32_t place = kCell + 11; place >= kCell + 4; --place, last_key >>= 7) {
+      Put(page, place, 1, 0x80 | (last_key & 0x7F));
+    }
   }
 
  private:
@@ -260,7 +262,8 @@ TEST_F(RestingFile, ABodyThatGoesOnWhereItCannotIsRefused) {
   Unmount(guid);
 }
 
-// Each page leads to the next one 600 times: were every way gone, there would be no end to it.
+// Each page leads to the next one 600 times, and says of none that it is the last: were every way gone, there would be no
+// end to it.
 TEST_F(RestingFile, PagesThatMultiplyEndSoon) {
   const struct {
     const char* why;
@@ -273,7 +276,7 @@ TEST_F(RestingFile, PagesThatMultiplyEndSoon) {
       const uint32_t leaf = pages.FirstLeaf();
       uint32_t page = kRecordRoot;
       for (uint32_t next = pages.count(), level = 1; level <= levels; ++level, --next) {
-        pages.MakeInterior(page, 600, level == levels ? leaf : next);
+        pages.MakeInterior(page, 600, level == levels ? leaf : next, (uint64_t{database_} << 32) + 7000);
         page = next;
       }
       pages.Put(leaf, 3, 2, row.rows_of_last);
