@@ -62,7 +62,7 @@ BodyReader::BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key
   if (byte != KindByte(kind, layout_)) Fail();
 }
 
-uint64_t BodyReader::GetCount(uint64_t largest) {
+uint64_t BodyReader::GetLongCount(uint64_t largest) {
   uint64_t number = 0;
   for (int shift = 0; shift < 64; shift += 7) {
     const uint8_t byte = Get8();
@@ -75,16 +75,6 @@ uint64_t BodyReader::GetCount(uint64_t largest) {
   }
   Fail();
   return 0;
-}
-
-std::span<const uint8_t> BodyReader::GetBytes(size_t count) {
-  if (count > rest_.size()) {
-    Fail();
-    return {};
-  }
-  const auto bytes = rest_.first(count);
-  rest_ = rest_.subspan(count);
-  return bytes;
 }
 
 bool BodyReader::GetText(WCHAR* text, size_t length) {
@@ -103,11 +93,6 @@ uint64_t BodyReader::GetNumber(size_t count) {
   uint64_t number = 0;
   for (size_t i = bytes.size(); i > 0; --i) number = number << 8 | bytes[i - 1];
   return number;
-}
-
-void BodyReader::Fail() {
-  ok_ = false;
-  rest_ = {};
 }
 
 }  // namespace objectstore

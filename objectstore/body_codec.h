@@ -77,16 +77,30 @@ class BodyReader {
 
   Layout layout() const { return layout_; }
 
-  uint8_t Get8() { return static_cast<uint8_t>(GetNumber(1)); }
+  uint8_t Get8() {
+    const auto byte = GetBytes(1);
+    return byte.empty() ? uint8_t{0} : byte[0];
+  }
   uint16_t Get16() { return static_cast<uint16_t>(GetNumber(2)); }
   uint32_t Get32() { return static_cast<uint32_t>(GetNumber(4)); }
   uint64_t Get64() { return GetNumber(8); }
 
   // Such a count, which must be at most largest and must not take more bytes than it needs.
-  uint64_t GetCount(uint64_t largest);
+  uint64_t GetCount(uint64_t largest) {
+    const bool is_short = !rest_.empty() && rest_[0] < 0x80 && rest_[0] <= largest;
+    return is_short ? Get8() : GetLongCount(largest);
+  }
 
   // The next bytes in place; empty when there are not so many.
-  std::span<const uint8_t> GetBytes(size_t count);
+  std::span<const uint8_t> GetBytes(size_t count) {
+    if (count > rest_.size()) {
+      Fail();
+      return {};
+    }
+    const auto bytes = rest_.first(count);
+    rest_ = rest_.subspan(count);
+    return bytes;
+  }
 
   // False when there is no such text.
   bool GetText(WCHAR* text, size_t length);
@@ -103,7 +117,11 @@ class BodyReader {
 
  private:
   uint64_t GetNumber(size_t count);
-  void Fail();
+  uint64_t GetLongCount(uint64_t largest);
+  void Fail() {
+    ok_ = false;
+    rest_ = {};
+  }
 
   std::span<const uint8_t> rest_;
   Layout layout_ = Layout::kFirst;
