@@ -44,11 +44,12 @@ VolumeFile::~VolumeFile() {
     // Closing would take the side file from the process that still works with it.
     for (auto& statement : statements_) static_cast<void>(statement.release());
     static_cast<void>(connection_.release());
+    held_.Abandon();
     return;
   }
   for (auto& statement : statements_) statement.reset();
   // Before the lock goes: afterwards the name may belong to another process's mount, as it may now if the file was moved.
-  if (connected_ && !settled_ && !side_file_existed_ && HoldsLock() && CheckStillThere() == Status::kOk)
+  if (connected_ && !settled_ && !side_file_existed_ && held_.is_locked() && CheckStillThere() == Status::kOk)
     RemoveEmptySideFile();
   connection_.reset();
 }
@@ -118,8 +119,9 @@ Status VolumeFile::Commit() {
   return Status::kOk;
 }
 
-// SQLite may have rolled back by itself already; then there is nothing to do.
+// There may be no connection yet, or SQLite may have rolled back by itself; then there is nothing to do.
 void VolumeFile::Rollback() {
+  if (resting_) return;
   if (sqlite3_get_autocommit(connection_.get()) == 0) static_cast<void>(StatementUse(*statements_[kRollback]).Run());
 }
 
@@ -194,13 +196,6 @@ Status VolumeFile::RememberSize() {
   FileKind kind = FileKind::kMissing;
   FileIdentity found;
   return Identify(path_, kind, found, &known_bytes_);
-}
-
-// Also after an opening that failed: SQLite makes the side file only when it has the lock.
-bool VolumeFile::HoldsLock() const {
-  int level = SQLITE_LOCK_NONE;
-  return sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_LOCKSTATE, &level) == SQLITE_OK &&
-         level == SQLITE_LOCK_EXCLUSIVE;
 }
 
 bool VolumeFile::IsOfThisProcess() const { return getpid() == owner_; }

@@ -9,7 +9,7 @@
 //      failure is seen.
 // (F5) Before the first flush of a mount, a log that the mount found is taken up and begun anew: behind its end it may hold
 //      shreds of a flush that never was, and a second power cut could complete them with sectors of the new one.
-// (F6) A file at rest is read without SQLite up to the first flush: SQLite has opened it and holds its lock, no more.
+// (F6) A file at rest is read without a connection of SQLite's up to the first flush; the lock is SQLite's all the same.
 #pragma once
 
 #include <sys/types.h>
@@ -23,6 +23,7 @@
 
 #include "file_identity.h"
 #include "gathered_writes.h"
+#include "held_file.h"
 #include "resting_file.h"
 #include "sqlite_statement.h"
 
@@ -70,23 +71,21 @@ class VolumeFile {
 
  private:
   VolumeFile(const FilePath& path, const FileIdentity& identity);
-  Status OpenFile();
-  Status CheckHeader();
+  Status CheckHeader() const;
   Status CheckHeaderInLog() const;
   Status CheckNeighbours();
   Status TakeLock();
   Status LookWhetherItRests();
+  Status OpenConnection();
   Status Connect();
   Status CheckSchema();
   Status GatherLogWrites();
   Status EndRest();
   Status ReasonOf(Status status) const;
-  sqlite3_file* MainFile() const;
   Status ForEachSqlRow(Table table, int64_t first, int64_t last, const RowSink& sink);
   Status CheckStillThere() const;
   Status TakeUpLog();
   Status RememberSize();
-  bool HoldsLock() const;
   void RemoveEmptySideFile() const;
 
   enum Query : size_t {  // places in statements_
@@ -114,6 +113,7 @@ class VolumeFile {
   int side_file_pages_ = 0;
   uint32_t format_version_ = 0;  // that the file says it has
   bool raises_version_ = false;  // the transaction under way makes it the newest
+  HeldFile held_;
   GatheredWrites log_writes_;
   Connection connection_;
   std::optional<RestingFile> resting_;  // until SQLite has looked at the file

@@ -101,7 +101,7 @@ VolumeFile::VolumeFile(const FilePath& path, const FileIdentity& identity)
 
 Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std::unique_ptr<VolumeFile>& opened) {
   std::unique_ptr<VolumeFile> file(new VolumeFile(path, identity));
-  Status status = file->OpenFile();
+  Status status = file->held_.Open(path.full);
   if (status == Status::kOk) status = file->CheckHeader();
   if (status == Status::kOk) status = file->TakeLock();
   if (status == Status::kOk) status = file->CheckNeighbours();
@@ -116,26 +116,9 @@ Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std:
   return Status::kOk;
 }
 
-// SQLite opens the file and looks no further, until it is asked to read.
-Status VolumeFile::OpenFile() {
-  constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
-                         SQLITE_OPEN_EXRESCODE;
-  sqlite3* connection = nullptr;
-  const int result = sqlite3_open_v2(path_.full.c_str(), &connection, kFlags, nullptr);
-  connection_.reset(connection);
-  return result == SQLITE_OK ? Harden(connection) : StatusOfSqlite(result);
-}
-
-sqlite3_file* VolumeFile::MainFile() const {
-  sqlite3_file* file = nullptr;
-  const int result = sqlite3_file_control(connection_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file);
-  return result == SQLITE_OK && file != nullptr && file->pMethods != nullptr ? file : nullptr;
-}
-
 // Looks at the first bytes without SQLite, which would create a side file next to anything.
-Status VolumeFile::CheckHeader() {
-  sqlite3_file* file = MainFile();
-  if (file == nullptr) return Status::kCorrupt;
+Status VolumeFile::CheckHeader() const {
+  sqlite3_file* const file = held_.file();
   sqlite3_int64 bytes = 0;
   STORE_TRY(StatusOfSqlite(file->pMethods->xFileSize(file, &bytes)));
   if (bytes > kLargestFileBytes || bytes < kHeaderBytes) return Status::kCorrupt;
@@ -144,8 +127,8 @@ Status VolumeFile::CheckHeader() {
   if (result == SQLITE_IOERR_SHORT_READ) return Status::kCorrupt;
   STORE_TRY(StatusOfSqlite(result));
   if (!IsVolumeHeader(header)) STORE_TRY(CheckHeaderInLog());
-  // SQLite opens a file that it may not write for reading. The lock needs writing.
-  return sqlite3_db_readonly(connection_.get(), "main") == 0 ? Status::kOk : Status::kAccessDenied;
+  // The lock needs writing.
+  return held_.is_read_only() ? Status::kAccessDenied : Status::kOk;
 }
 
 // The power may have gone while the first page was on its way from the log into the file. It is whole in the log then.
@@ -158,12 +141,9 @@ Status VolumeFile::CheckHeaderInLog() const {
   return holds ? Status::kOk : Status::kCorrupt;
 }
 
-// As SQLite itself takes it for a connection that keeps a file for itself; what it asks for later, it has then. Another
-// process may have put another file in this one's place before the lock was ours.
+// Another process may have put another file in this one's place before the lock was ours.
 Status VolumeFile::TakeLock() {
-  sqlite3_file* file = MainFile();
-  STORE_TRY(StatusOfSqlite(file->pMethods->xLock(file, SQLITE_LOCK_SHARED)));
-  STORE_TRY(StatusOfSqlite(file->pMethods->xLock(file, SQLITE_LOCK_EXCLUSIVE)));
+  STORE_TRY(held_.Lock());
   FileKind kind = FileKind::kMissing;
   FileIdentity found;
   STORE_TRY(Identify(path_, kind, found, &known_bytes_));
@@ -187,7 +167,7 @@ Status VolumeFile::CheckNeighbours() {
 // for it, is seen to here.
 Status VolumeFile::LookWhetherItRests() {
   if (side_file_existed_) return Status::kOk;
-  const RestingFile file(MainFile());
+  const RestingFile file(held_.file());
   Page page;
   STORE_TRY(file.Read(1, page));
   if (!IsUsualFirstPage(page, known_bytes_)) return Status::kOk;
@@ -195,14 +175,30 @@ Status VolumeFile::LookWhetherItRests() {
   FileDescriptor folder(Uninterrupted([this] { return open(path_.directory.c_str(), kFlags); }));
   if (!folder.valid()) return StatusOfErrno(errno);
   if (faccessat(folder.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) return StatusOfErrno(errno);
+  STORE_TRY(held_.KeepDescriptor());
   descriptor_for_log_.Swap(folder);
   format_version_ = FormatVersionOf(page.data());
   resting_ = file;
   return Status::kOk;
 }
 
+Status VolumeFile::OpenConnection() {
+  constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
+                         SQLITE_OPEN_EXRESCODE;
+  sqlite3* opened = nullptr;
+  const int result = sqlite3_open_v2(path_.full.c_str(), &opened, kFlags, nullptr);
+  connection_.reset(opened);
+  if (result != SQLITE_OK) return StatusOfSqlite(result);
+  // SQLite opens a file that it may not write for reading.
+  if (sqlite3_db_readonly(opened, "main") != 0) return Status::kAccessDenied;
+  STORE_TRY(Harden(opened));
+  held_.LendLock(opened);
+  return Status::kOk;
+}
+
 Status VolumeFile::Connect() {
   connected_ = true;
+  STORE_TRY(OpenConnection());
   STORE_TRY(Execute(connection_.get(), sql::kSetUpConnection));
   sqlite3_wal_hook(
       connection_.get(),
@@ -228,9 +224,13 @@ Status VolumeFile::EndRest() {
   }
   Status status = Connect();
   if (status == Status::kOk) status = GatherLogWrites();
-  if (status != Status::kOk) return ReasonOf(status);
-  resting_.reset();
-  return Status::kOk;
+  if (status == Status::kOk) {
+    resting_.reset();
+  } else {
+    status = ReasonOf(status);
+    connection_.reset();
+  }
+  return status;
 }
 
 // That SQLite could not open a file is all that it says; the system has told it why.

@@ -185,6 +185,31 @@ TEST_F(ChangingPlace, PermissionsThatAreTakenAwayAfterwardsDoNotMatter) {
   });
 }
 
+TEST_F(ChangingPlace, NorDoTheyBeforeAnythingWasStored) {
+  AsOrdinaryUser(folder_.path(), [this] {
+    ASSERT_EQ(MDbAgentOpenDb(env(), u"folder/book.xdb"), MDbStatusOk);
+    ASSERT_EQ(chmod("folder/book.xdb", 0000), 0);
+    EXPECT_EQ(Add(u"two"), MDbStatusOk);
+    EXPECT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+    ASSERT_EQ(chmod("folder/book.xdb", 0600), 0);
+    EXPECT_EQ(Records(u"folder/book.xdb"), (Texts{u"one", u"two"}));
+  });
+}
+
+// Where no log can be made any more, nothing is called stored, and what was is still there.
+TEST_F(ChangingPlace, AFolderThatMayNotBeWrittenAnyMoreTakesNoFirstRecord) {
+  AsOrdinaryUser(folder_.path(), [this] {
+    ASSERT_EQ(MDbAgentOpenDb(env(), u"folder/book.xdb"), MDbStatusOk);
+    ASSERT_EQ(chmod("folder", 0500), 0);
+    EXPECT_EQ(Add(u"refused"), MDbStatusFailed);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(MDbAgentCloseDb(env()), MDbStatusFailed);
+    EXPECT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+    ASSERT_EQ(chmod("folder", 0700), 0);
+    EXPECT_EQ(Records(u"folder/book.xdb"), Texts{u"one"});
+  });
+}
+
 // ---- two names
 
 TEST_F(ChangingPlace, TwoNamesOfOneFileAreOneDatabaseHereAndOneTooManyElsewhere) {

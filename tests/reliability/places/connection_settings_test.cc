@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "child_process.h"
+#include "object_store.h"
 #include "place_test.h"
 
 namespace {
@@ -14,6 +16,7 @@ struct Opened {
   std::string path;
   int flags = 0;
   bool other_file_system = false;
+  int times = 0;
 };
 Opened last_opened;
 
@@ -44,7 +47,8 @@ const bool allocations_may_fail = [] {
 extern "C" int __real_sqlite3_open_v2(const char* path, sqlite3** connection, int flags, const char* file_system);
 extern "C" int __wrap_sqlite3_open_v2(const char* path, sqlite3** connection, int flags, const char* file_system) {
   const int result = __real_sqlite3_open_v2(path, connection, flags, file_system);
-  if (std::strcmp(path, ":memory:") != 0) last_opened = {*connection, path, flags, file_system != nullptr};
+  if (std::strcmp(path, ":memory:") != 0)
+    last_opened = {*connection, path, flags, file_system != nullptr, last_opened.times + 1};
   return result;
 }
 
@@ -141,26 +145,19 @@ TEST_F(ConnectionSettings, LimitsAreLoweredToWhatIsUsed) {
 }
 
 // What SQLite would parse and read at each opening, it need not for one that changes nothing.
-TEST_F(ConnectionSettings, BeforeTheFirstFlushSqliteHoldsTheFileAndDoesNoMore) {
-  const auto figure = [](int which) {
-    int now = 0;
-    int most = 0;
-    EXPECT_EQ(sqlite3_db_status(last_opened.connection, which, &now, &most, 0), SQLITE_OK);
-    return now;
-  };
+TEST_F(ConnectionSettings, BeforeTheFirstFlushThereIsNoConnection) {
   ASSERT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+  const int before = last_opened.times;
   ASSERT_EQ(MDbAgentOpenDb(env(), u"sound.xdb"), MDbStatusOk);
   EXPECT_EQ(RecordsOfOpen().size(), 3u);
-  EXPECT_EQ(sqlite3_next_stmt(last_opened.connection, nullptr), nullptr);
-  EXPECT_EQ(figure(SQLITE_DBSTATUS_SCHEMA_USED), 0);
-  EXPECT_EQ(figure(SQLITE_DBSTATUS_CACHE_MISS), 0);
-  int lock = SQLITE_LOCK_NONE;
-  EXPECT_EQ(sqlite3_file_control(last_opened.connection, "main", SQLITE_FCNTL_LOCKSTATE, &lock), SQLITE_OK);
-  EXPECT_EQ(lock, SQLITE_LOCK_EXCLUSIVE);
+  EXPECT_EQ(last_opened.times, before);
+  RunInChildThatDies([this] { EXPECT_TRUE(IsLocked(File())); });  // its descriptors are no business of ours
   EXPECT_EQ(Add(u"four"), MDbStatusOk);
-  EXPECT_NE(sqlite3_next_stmt(last_opened.connection, nullptr), nullptr);
-  EXPECT_GT(figure(SQLITE_DBSTATUS_SCHEMA_USED), 0);
-  EXPECT_GT(figure(SQLITE_DBSTATUS_CACHE_MISS), 0);
+  EXPECT_EQ(Add(u"five"), MDbStatusOk);
+  EXPECT_EQ(last_opened.times, before + 1);
+  RunInChildThatDies([this] { EXPECT_TRUE(IsLocked(File())); });
+  EXPECT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+  EXPECT_FALSE(IsLocked(File()));
 }
 
 // What the settings are for.
@@ -184,29 +181,61 @@ TEST_F(ConnectionSettings, WhatAHostileFileWouldNeedIsRefused) {
   EXPECT_NE(sqlite3_exec(last_opened.connection, long_one.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
 }
 
-TEST_F(ConnectionSettings, AMountThatRunsOutOfMemoryLeavesNothingBesideTheFile) {
+// With a log beside it, SQLite looks at the file when it is mounted.
+TEST_F(ConnectionSettings, AMountThatRunsOutOfMemoryLeavesEverythingAsItIs) {
+  ASSERT_TRUE(allocations_may_fail);
+  const std::string log = Bytes(File("sound.xdb-wal"));
+  ASSERT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+  for (const bool with_log : {false, true}) {
+    SCOPED_TRACE(with_log);
+    MDbStatus status = MDbStatusCannotOpen;
+    long failures = 0;
+    for (long count = 0; status == MDbStatusCannotOpen && count < 2000; ++count) {
+      if (with_log) WriteBytes(File("sound.xdb-wal"), log);
+      const Lines before = SnapshotOfFolder(folder_.path());
+      MDbRef ref;
+      MDbRefInitialize(&ref);
+      allocations_left = count;
+      status = MDbOpen(env(), u"sound.xdb", &ref);
+      const DWORD error = GetLastError();
+      allocations_left = -1;
+      if (status == MDbStatusOk || ref.opened != 0) {
+        EXPECT_EQ(MDbClose(env(), &ref), MDbStatusOk);
+        continue;
+      }
+      ++failures;
+      ASSERT_EQ(error, static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY)) << count;
+      ASSERT_EQ(SnapshotOfFolder(folder_.path()), before) << count;
+    }
+    EXPECT_EQ(status, MDbStatusOk);
+    EXPECT_GT(failures, with_log ? 20 : 1);
+  }
+}
+
+TEST_F(ConnectionSettings, AFirstFlushThatRunsOutOfMemoryIsRepeatedWhenThereIsSome) {
   ASSERT_TRUE(allocations_may_fail);
   ASSERT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
-  const Lines before = SnapshotOfFolder(folder_.path());
-  MDbStatus status = MDbStatusCannotOpen;
+  ASSERT_EQ(MDbAgentOpenDb(env(), u"sound.xdb"), MDbStatusOk);
+  allocations_left = 0;
+  EXPECT_EQ(Add(u"four"), MDbStatusFailed);
+  bool flushed = false;
   long failures = 0;
-  for (long count = 0; status == MDbStatusCannotOpen && count < 2000; ++count) {
-    MDbRef ref;
-    MDbRefInitialize(&ref);
+  for (long count = 1; !flushed && count < 2000; ++count) {
     allocations_left = count;
-    status = MDbOpen(env(), u"sound.xdb", &ref);
-    const DWORD error = GetLastError();
+    flushed = CeFlushDBVol(&env()->agentRef.volume) != FALSE;
     allocations_left = -1;
-    if (status == MDbStatusOk || ref.opened != 0) {
-      EXPECT_EQ(MDbClose(env(), &ref), MDbStatusOk);
-      continue;
+    if (!flushed) {
+      ++failures;
+      ASSERT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY)) << count;
     }
-    ++failures;
-    ASSERT_EQ(error, static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY)) << count;
-    ASSERT_EQ(SnapshotOfFolder(folder_.path()), before) << count;
   }
-  EXPECT_EQ(status, MDbStatusOk);
+  EXPECT_TRUE(flushed);
   EXPECT_GT(failures, 20);
+  RunInChildThatDies([this] { EXPECT_TRUE(IsLocked(File())); });
+  const std::vector<std::u16string> records = RecordsOfOpen();
+  EXPECT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+  EXPECT_EQ(Records(u"sound.xdb"), records);
+  EXPECT_EQ(Names(), std::vector<std::string>{"sound.xdb"});
 }
 
 }  // namespace
