@@ -35,6 +35,12 @@ Status FindCell(uint32_t cells, int64_t first, KeyOf key_of, uint32_t& found) {
 
 }  // namespace
 
+Status RestingFile::Begin() {
+  static_assert(sizeof first_pages_ == (1 + std::size(kSchema)) * kPageBytes);
+  const int result = file_->pMethods->xRead(file_, first_pages_.data(), sizeof first_pages_, 0);
+  return result == SQLITE_IOERR_SHORT_READ ? Status::kCorrupt : StatusOfSqlite(result);
+}
+
 Status RestingFile::Read(uint32_t number, Page& page) const {
   if (number == 0) return Status::kCorrupt;
   const auto offset = static_cast<sqlite3_int64>(number - 1) * kPageBytes;
@@ -47,11 +53,16 @@ Status RestingFile::ForEachRow(uint32_t root_page, int64_t first, int64_t last, 
   return Visit(root_page, 0, search);
 }
 
-// A page without rows is the root of an empty table or none of a table.
 Status RestingFile::Visit(uint32_t number, int depth, Search& search) const {
   if (depth > kDeepestTree) return Status::kCorrupt;
+  if (number - 1 < first_pages_.size()) return VisitPage(first_pages_[number - 1], depth, search);
   Page page;
   STORE_TRY(Read(number, page));
+  return VisitPage(page, depth, search);
+}
+
+// A page without rows is the root of an empty table or none of a table.
+Status RestingFile::VisitPage(const Page& page, int depth, Search& search) const {
   const PageKind kind = KindOfPage(page);
   const uint32_t cells = CellCountOfPage(page);
   if (kind == PageKind::kOther || cells > kMostCells) return Status::kCorrupt;

@@ -7,11 +7,14 @@
 
 #include <sqlite3.h>
 
+#include <array>
 #include <functional>
+#include <iterator>
 #include <span>
 
 #include "status.h"
 #include "volume_pages.h"
+#include "volume_schema.h"
 
 namespace objectstore {
 
@@ -21,8 +24,10 @@ class RestingFile {
 
   explicit RestingFile(sqlite3_file* file) : file_(file) {}
 
-  // The page that counts from 1. Corrupt when the file does not hold all of it.
-  Status Read(uint32_t number, Page& page) const;
+  // Before anything else: reads what is read in any case, the first pages, on which the tables begin. Corrupt when the
+  // file does not hold them.
+  Status Begin();
+  const Page& first_page() const { return first_pages_[0]; }
 
   // Calls the sink for each row of a table whose key lies in the range, in the order in which the pages have them, and
   // stops at its first failure. The sink has to refuse a key that does not ascend or is below the range: this is also
@@ -37,12 +42,15 @@ class RestingFile {
     bool found_first = false;  // from here on rows follow each other
     bool done = false;         // what follows lies behind the last key
   };
+  Status Read(uint32_t number, Page& page) const;
   Status Visit(uint32_t number, int depth, Search& search) const;
+  Status VisitPage(const Page& page, int depth, Search& search) const;
   Status VisitChildren(const Page& page, uint32_t cells, int depth, Search& search) const;
   Status VisitRows(const Page& page, uint32_t cells, Search& search) const;
   Status Deliver(const Page& page, uint32_t place, Search& search) const;
 
   sqlite3_file* file_;
+  std::array<Page, 1 + std::size(kSchema)> first_pages_;
 };
 
 }  // namespace objectstore

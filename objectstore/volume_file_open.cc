@@ -167,18 +167,19 @@ Status VolumeFile::CheckNeighbours() {
 // for it, is seen to here.
 Status VolumeFile::LookWhetherItRests() {
   if (side_file_existed_) return Status::kOk;
-  const RestingFile file(held_.file());
-  Page page;
-  STORE_TRY(file.Read(1, page));
-  if (!IsUsualFirstPage(page, known_bytes_)) return Status::kOk;
+  RestingFile& file = resting_.emplace(held_.file());
+  const Status read = file.Begin();
+  if (read != Status::kOk || !IsUsualFirstPage(file.first_page(), known_bytes_)) {
+    resting_.reset();
+    return read == Status::kCorrupt ? Status::kOk : read;
+  }
   constexpr int kFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
   FileDescriptor folder(Uninterrupted([this] { return open(path_.directory.c_str(), kFlags); }));
   if (!folder.valid()) return StatusOfErrno(errno);
   if (faccessat(folder.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) return StatusOfErrno(errno);
   STORE_TRY(held_.KeepDescriptor());
   descriptor_for_log_.Swap(folder);
-  format_version_ = FormatVersionOf(page.data());
-  resting_ = file;
+  format_version_ = FormatVersionOf(file.first_page().data());
   return Status::kOk;
 }
 
