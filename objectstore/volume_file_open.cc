@@ -192,6 +192,8 @@ Status VolumeFile::OpenConnection() {
   if (result != SQLITE_OK) return StatusOfSqlite(result);
   // SQLite opens a file that it may not write for reading.
   if (sqlite3_db_readonly(opened, "main") != 0) return Status::kAccessDenied;
+  // The lock is that of the file which was opened first: had another one taken its place, this would be none.
+  STORE_TRY(CheckStillThere());
   STORE_TRY(Harden(opened));
   held_.LendLock(opened);
   return Status::kOk;

@@ -19,6 +19,7 @@ struct Opened {
   int times = 0;
 };
 Opened last_opened;
+std::function<void()> before_opening = [] {};
 
 // SQLite's allocations: the n-th from now on fails, and all behind it. Below zero: none.
 long allocations_left = -1;
@@ -46,6 +47,7 @@ const bool allocations_may_fail = [] {
 
 extern "C" int __real_sqlite3_open_v2(const char* path, sqlite3** connection, int flags, const char* file_system);
 extern "C" int __wrap_sqlite3_open_v2(const char* path, sqlite3** connection, int flags, const char* file_system) {
+  if (std::strcmp(path, ":memory:") != 0) before_opening();
   const int result = __real_sqlite3_open_v2(path, connection, flags, file_system);
   if (std::strcmp(path, ":memory:") != 0)
     last_opened = {*connection, path, flags, file_system != nullptr, last_opened.times + 1};
@@ -158,6 +160,26 @@ TEST_F(ConnectionSettings, BeforeTheFirstFlushThereIsNoConnection) {
   RunInChildThatDies([this] { EXPECT_TRUE(IsLocked(File())); });
   EXPECT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
   EXPECT_FALSE(IsLocked(File()));
+}
+
+TEST_F(ConnectionSettings, AFileThatTakesThePlaceAtTheLastMomentIsNotWritten) {
+  namespace fs = std::filesystem;
+  ASSERT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+  fs::copy_file("sound.xdb", "other.xdb");
+  const std::string bytes = Bytes(File("other.xdb"));
+  ASSERT_EQ(MDbAgentOpenDb(env(), u"sound.xdb"), MDbStatusOk);
+  before_opening = [] {
+    fs::rename("sound.xdb", "moved.xdb");
+    fs::rename("other.xdb", "sound.xdb");
+  };
+  EXPECT_EQ(Add(u"refused"), MDbStatusFailed);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+  before_opening = [] {};
+  EXPECT_EQ(MDbAgentCloseDb(env()), MDbStatusFailed);
+  EXPECT_EQ(MDbAgentCloseDb(env()), MDbStatusOk);
+  EXPECT_EQ(Names(), (std::vector<std::string>{"moved.xdb", "sound.xdb"}));
+  EXPECT_EQ(Bytes(File("moved.xdb")), bytes);
+  EXPECT_EQ(Bytes(File()), bytes);
 }
 
 // What the settings are for.
