@@ -29,7 +29,7 @@ Status WithDatabase(HANDLE handle, Body body) {
 }
 
 // There is one heap, so that results cannot come from another.
-[[gnu::noinline]] CEOID Read(HANDLE database, objectstore::ReadRequest request, HANDLE heap) {
+[[gnu::noinline]] CEOID Read(HANDLE database, const objectstore::ReadRequest& request, HANDLE heap) {
   CEOID oid = 0;
   const Status status = WithDatabase(database, [&](OpenDatabase& open) {
     return heap == 0 ? objectstore::ReadRecord(open, request, oid) : Status::kInvalidParameter;

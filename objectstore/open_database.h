@@ -41,13 +41,14 @@ class OpenDatabase {
     size_t position = static_cast<uint32_t>(value);
     const Record* record = nullptr;
     if (type == CEDB_SEEK_BEGINNING) {
-      if (position < database_.records().size() && IsSettled()) record = At(position);
+      if (position >= database_.records().size() || !IsSettled()) return 0;
+      record = At(position);
+      record->Prefetch();
     } else if (type == CEDB_SEEK_VALUENEXTEQUAL) {
       position = position_ + 1;
       record = NextEqualAtOnce(reinterpret_cast<const CEPROPVAL*>(value));
     }
     if (record == nullptr) return 0;
-    record->Prefetch();
     MoveToRecord(*record, position);
     if (index != nullptr) *index = static_cast<DWORD>(position);
     return oid_;
