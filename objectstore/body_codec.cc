@@ -3,6 +3,7 @@
 
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #define XXH_INLINE_ALL
 #include <xxhash.h>
@@ -39,10 +40,18 @@ void BodyWriter::PutBytes(const uint8_t* bytes, size_t count) {
 }
 
 std::span<const uint8_t> BodyWriter::Seal(int64_t key) {
-  const std::span<uint8_t> body(bytes_.data(), size_);
+  const std::span<uint8_t> body(bytes_.get(), size_);
   uint64_t checksum = Checksum(body.subspan(kChecksumBytes), key);
   for (size_t i = 0; i < kChecksumBytes; ++i, checksum >>= 8) body[i] = static_cast<uint8_t>(checksum);
   return body;
+}
+
+void BodyWriter::Grow(size_t count) {
+  const size_t capacity = (size_ + count) * 2;
+  std::unique_ptr<uint8_t[]> bytes(new uint8_t[capacity]);
+  if (size_ != 0) std::memcpy(bytes.get(), bytes_.get(), size_);
+  bytes_ = std::move(bytes);
+  capacity_ = capacity;
 }
 
 void BodyWriter::PutNumber(uint64_t number, size_t count) {

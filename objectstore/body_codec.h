@@ -5,9 +5,11 @@
 // "corrupt".
 #pragma once
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
+#include <memory>
 #include <span>
-#include <vector>
 
 #include "platform_types.h"
 #include "status.h"
@@ -44,29 +46,44 @@ class BodyWriter {
   void Put32(uint32_t number) { PutNumber(number, 4); }
   void Put64(uint64_t number) { PutNumber(number, 8); }
   // Seven bits a byte, the lowest first; the last byte has its top bit clear.
-  void PutCount(uint64_t number) {
-    uint8_t* next = Room(kLongestCount);
-    for (; number >= 0x80; number >>= 7) *next++ = static_cast<uint8_t>(number | 0x80);
-    *next++ = static_cast<uint8_t>(number);
-    size_ = static_cast<size_t>(next - bytes_.data());
-  }
+  void PutCount(uint64_t number) { TakeUpTo(AppendCount(Room(kLongestCount), number)); }
   void PutText(const WCHAR* text, size_t length);
   void PutBytes(const uint8_t* bytes, size_t count);
+
+  // For many counts in a row: Room for so many bytes, Append each where the last one ended, and TakeUpTo the last end.
+  static constexpr size_t kLongestCount = 10;
+  uint8_t* Room(size_t count) {
+    if (capacity_ - size_ < count) Grow(count);
+    return bytes_.get() + size_;
+  }
+  static uint8_t* AppendCount(uint8_t* next, uint64_t number) {
+    for (; number >= 0x80; number >>= 7) *next++ = static_cast<uint8_t>(number | 0x80);
+    *next++ = static_cast<uint8_t>(number);
+    return next;
+  }
+  // The same for a number that is as often long as short: without a branch that nobody can foresee.
+  static constexpr size_t kRoomForCount32 = 8;  // of which so many may be written, if fewer are taken
+  static uint8_t* AppendCount32(uint8_t* next, uint32_t number) {
+    if (number < 0x80 || std::endian::native != std::endian::little) return AppendCount(next, number);
+    const auto bytes = static_cast<unsigned>(std::bit_width(number) * 9 + 64) / 64;
+    const uint64_t pairs = (number & 0x3FFF) | (number & 0x0FFFC000) << 2 | (number & uint64_t{0xF0000000}) << 4;
+    const uint64_t spread = (pairs & 0x0F007F007F) | (pairs & 0x3F803F80) << 1;
+    const uint64_t all_but_last = ~uint64_t{0} >> (72 - 8 * bytes);
+    const uint64_t bits = spread | (0x8080808080 & all_but_last);
+    std::memcpy(next, &bits, sizeof bits);
+    return next + bytes;
+  }
+  void TakeUpTo(const uint8_t* next) { size_ = static_cast<size_t>(next - bytes_.get()); }
 
   // Fills in the checksum, which depends on the key of the row, so that a body in another's row is not taken for its.
   std::span<const uint8_t> Seal(int64_t key);
 
  private:
-  static constexpr size_t kLongestCount = 10;
-
-  // Where the next bytes go, of which there is room for so many.
-  uint8_t* Room(size_t count) {
-    if (bytes_.size() - size_ < count) bytes_.resize((size_ + count) * 2);
-    return bytes_.data() + size_;
-  }
+  void Grow(size_t count);
   void PutNumber(uint64_t number, size_t count);
 
-  std::vector<uint8_t> bytes_;  // of which the first size_ are written
+  std::unique_ptr<uint8_t[]> bytes_;  // of which the first size_ are written
+  size_t capacity_ = 0;
   size_t size_ = 0;
 };
 

@@ -84,11 +84,15 @@ Status Database::PutRecord(RecordRef record) {
   for (SortOrder& order : orders_) {
     if (!order.built()) continue;
     order.PrepareKey(*record);
-    order.Reserve(records_.size() + 1);
+    order.Reserve(records_.size() + (is_new ? 1 : 0));
   }
-  ReserveOneMore(records_);
-  ReserveOneMore(changed_records_);
-  head_.identifiers.Reserve();
+  ReserveOneMore(whole_records_);
+  if (is_new) {
+    ReserveOneMore(records_);
+    head_.identifiers.Reserve();
+  } else {
+    ReserveOneMore(number_records_);
+  }
   // From here on nothing fails.
   if (is_new) {
     InsertRecord(std::move(record));
@@ -103,7 +107,7 @@ void Database::InsertRecord(RecordRef record) {
   for (SortOrder& order : orders_) {
     if (order.built()) order.Insert(*record);
   }
-  changed_records_.push_back(record->oid());
+  NoteLack(*record, kUnchanged, kNotInFile);
   head_.identifiers.Add(record->oid());
   ++head_.description.record_count;
   head_.description.record_bytes += record->counted_bytes();
@@ -114,12 +118,10 @@ void Database::InsertRecord(RecordRef record) {
 
 void Database::ReplaceRecord(RecordRef& place, RecordRef record) {
   const RecordRef before = place;
+  const CEPROPID lacks = before->LacksSince(time_);
   const CEPROPID change = ChangeBetween(*before, *record);
-  record->in_file = before->in_file;
-  record->changed = before->changed == kUnchanged || before->changed == change ? change
-                    : change == kUnchanged                                     ? before->changed
-                                                                               : kChangedWhole;
-  if (before->changed == kUnchanged && record->changed != kUnchanged) changed_records_.push_back(record->oid());
+  const bool as_before = change == kUnchanged || lacks == kNotInFile;
+  NoteLack(*record, lacks, as_before ? lacks : lacks == kUnchanged || lacks == change ? change : kChangedWhole);
   for (SortOrder& order : orders_) {
     if (order.built()) order.Replace(*before, *record);
   }
@@ -134,15 +136,30 @@ bool Database::SortsOn(CEPROPID property) const {
   return std::any_of(specs.begin(), specs.end(), [property](const auto& spec) { return spec.propid == property; });
 }
 
+// The lists have room for one more.
+void Database::NoteLack(Record& record, CEPROPID before, CEPROPID now) {
+  record.SetLacks(now, time_);
+  if (now == before) return;
+  if (IsNumber(before)) --lacking_number_;
+  if (!IsNumber(now)) {
+    whole_records_.push_back(record.oid());
+    return;
+  }
+  number_ = number_records_.empty() || number_ == now ? now : kChangedWhole;
+  number_records_.push_back(record.oid());
+  ++lacking_number_;
+}
+
 void Database::SetNumber(Record& record, size_t index, uint32_t number) {
   if (record.NumberAt(index) != number) {
     const CEPROPID id = record.IdAt(index);
-    if (record.changed == kUnchanged) {
-      ReserveOneMore(changed_records_);
-      changed_records_.push_back(record.oid());
-      record.changed = id;
-    } else if (record.changed != id) {
-      record.changed = kChangedWhole;
+    const CEPROPID lacks = record.LacksSince(time_);
+    if (lacks == kUnchanged) {
+      ReserveOneMore(number_records_);
+      NoteLack(record, lacks, id);
+    } else if (IsNumber(lacks) && lacks != id) {
+      ReserveOneMore(whole_records_);
+      NoteLack(record, lacks, kChangedWhole);
     }
     record.SetNumberAt(index, number);
   }
@@ -162,7 +179,9 @@ void Database::RemoveRecord(CEOID oid) {
   }
   records_.erase(place);
   head_.identifiers.Remove(oid);
-  if (record->in_file) deleted_records_.push_back(oid);
+  const CEPROPID lacks = record->LacksSince(time_);
+  if (lacks != kNotInFile) deleted_records_.push_back(oid);
+  if (IsNumber(lacks)) --lacking_number_;
   --head_.description.record_count;
   head_.description.record_bytes -= record->counted_bytes();
   ++generation_;

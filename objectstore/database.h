@@ -101,8 +101,11 @@ class Database {
   bool GoesByIdentifier(const SORTORDERSPEC* order) const;
   Status ApplyPacked(VolumeFile& file, std::span<const RecordRef> records, std::span<const uint64_t> flushes) const;
   void NoteOrders();
+  void NoteLack(Record& record, CEPROPID before, CEPROPID now);
   std::vector<CEPROPID> ChoosePackedProperties() const;
+  std::vector<CEPROPID> NumbersThatManyLack() const;
   Status WriteRows(VolumeFile& file, std::span<const CEPROPID> packed, uint64_t flush, BodyWriter& writer);
+  Status WriteRow(VolumeFile& file, const Record& record, uint64_t flush, BodyWriter& writer);
   void LeaveBlock(CEOID oid);
   Status DropEmptyBlock(VolumeFile& file);
   Status WriteAsBlock(VolumeFile& file, uint64_t flush, BodyWriter& writer, bool& written);
@@ -120,7 +123,11 @@ class Database {
   // Since the last flush:
   bool in_file_;
   bool changed_;
-  std::vector<CEOID> changed_records_;  // once each; those deleted since are among them
+  uint64_t time_ = 1;                   // grows with each flush; what the file lacks of a record, it lacks since then
+  std::vector<CEOID> whole_records_;    // that the file lacks, once each; those deleted since are among them
+  std::vector<CEOID> number_records_;   // of which it lacks one number, or lacked before it lacked more; the same
+  CEPROPID number_ = kUnchanged;        // which number all those lacked; kChangedWhole: several ones
+  size_t lacking_number_ = 0;           // those that still lack one number
   std::vector<CEOID> deleted_records_;  // that the file holds
   PackedParts packed_after_flush_;
 };

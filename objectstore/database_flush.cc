@@ -151,7 +151,6 @@ Status Database::LoadRecords(VolumeFile& file, CEOID last, RecordArena& arena, s
                            if (LowWord(key) == 0 || LowWord(key) == oid_) return Status::kCorrupt;
                            if (records.size() == head_.description.record_count) return Status::kCorrupt;
                            STORE_TRY(decoder.Decode(body, key, record, flush, &arena));
-                           record->MarkSaved();
                            records.push_back(std::move(record));
                            flushes.push_back(flush);
                            return Status::kOk;
@@ -187,7 +186,6 @@ Status Database::LoadBlock(VolumeFile& file, RecordArena& arena, std::vector<Rec
     if (!head_.packed.in_block.Has(oid)) continue;
     if (row < rows.size() && rows[row]->oid() == oid) return Status::kCorrupt;
     records.push_back(block.RecordAt(i, values, &arena));
-    records.back()->MarkSaved();
     flushes.push_back(block.flush);
   }
   take_rows(uint64_t{kLastLowWord} + 1);
@@ -231,18 +229,29 @@ Status Database::WriteChanges(VolumeFile& file, uint64_t flush, BodyWriter& writ
 }
 
 Status Database::WriteRows(VolumeFile& file, std::span<const CEPROPID> packed, uint64_t flush, BodyWriter& writer) {
-  for (const CEOID oid : changed_records_) {
+  for (const CEOID oid : whole_records_) {
+    if (const Record* record = Find(oid)) STORE_TRY(WriteRow(file, *record, flush, writer));
+  }
+  const auto is_packed = [packed](CEPROPID property) {
+    return std::find(packed.begin(), packed.end(), property) != packed.end();
+  };
+  const std::span<const CEOID> others = is_packed(number_) ? std::span<const CEOID>() : number_records_;
+  for (const CEOID oid : others) {
     const Record* record = Find(oid);
-    if (record == nullptr || record->changed == kUnchanged) continue;
-    if (std::find(packed.begin(), packed.end(), record->changed) != packed.end()) continue;
-    const int64_t key = RowKey(oid_, oid);
-    STORE_TRY(file.Put(Table::kRecord, key, EncodeRecord(*record, key, flush, writer)));
-    LeaveBlock(oid);
+    if (record == nullptr || !IsNumber(record->LacksSince(time_)) || is_packed(record->LacksSince(time_))) continue;
+    STORE_TRY(WriteRow(file, *record, flush, writer));
   }
   for (const CEOID oid : deleted_records_) {
     LeaveBlock(oid);
     STORE_TRY(file.Delete(Table::kRecord, RowKey(oid_, oid), RowKey(oid_, oid)));
   }
+  return Status::kOk;
+}
+
+Status Database::WriteRow(VolumeFile& file, const Record& record, uint64_t flush, BodyWriter& writer) {
+  const int64_t key = RowKey(oid_, record.oid());
+  STORE_TRY(file.Put(Table::kRecord, key, EncodeRecord(record, key, flush, writer)));
+  LeaveBlock(record.oid());
   return Status::kOk;
 }
 
@@ -265,53 +274,48 @@ Status Database::DropEmptyBlock(VolumeFile& file) {
 Status Database::WriteAsBlock(VolumeFile& file, uint64_t flush, BodyWriter& writer, bool& written) {
   written = false;
   if (records_.size() <= kFewRecords) return Status::kOk;
-  RecordBlock block;
-  block.flush = flush;
-  block.oids.reserve(records_.size());
-  block.numbers.reserve(records_.size() * records_.front()->property_count());
-  for (const RecordRef& record : records_) {
-    if (!block.Append(*record)) return Status::kOk;
-  }
   const int64_t key = RowKey(oid_, kBlockRow);
-  STORE_TRY(file.Put(Table::kPacked, key, EncodeBlock(block, key, writer)));
+  const std::span<const uint8_t> body = EncodeBlock(records_, flush, key, writer);
+  if (body.empty()) return Status::kOk;
+  STORE_TRY(file.Put(Table::kPacked, key, body));
   packed_after_flush_.block_flush = flush;
   packed_after_flush_.in_block = head_.identifiers;
   written = true;
   return Status::kOk;
 }
 
-// The properties that are the only change of many records. Only records that the file holds can do without a new row.
+// The numbers that are all that the file lacks of many records.
+std::vector<CEPROPID> Database::NumbersThatManyLack() const {
+  if (lacking_number_ <= kFewRecords) return {};
+  if (number_ != kChangedWhole) return {number_};
+  std::vector<Tally> tallies;
+  for (const CEOID oid : number_records_) {
+    const Record* record = Find(oid);
+    if (record != nullptr && IsNumber(record->LacksSince(time_))) Count(tallies, record->LacksSince(time_));
+  }
+  std::vector<CEPROPID> numbers;
+  for (const Tally& tally : tallies) {
+    if (tally.records > kFewRecords) numbers.push_back(tally.property);
+  }
+  return numbers;
+}
+
+// Those of them that become packed columns.
 std::vector<CEPROPID> Database::ChoosePackedProperties() const {
   std::vector<CEPROPID> chosen;
-  if (changed_records_.size() <= kFewRecords) return chosen;
-  std::vector<Tally> tallies;
-  for (const CEOID oid : changed_records_) {
-    const Record* record = Find(oid);
-    if (record == nullptr || record->changed == kUnchanged || record->changed == kChangedWhole) continue;
-    Count(tallies, record->changed);
-  }
   size_t columns = head_.packed.columns.size();
-  for (const Tally& tally : tallies) {
-    if (tally.records <= kFewRecords) continue;
+  for (const CEPROPID number : NumbersThatManyLack()) {
     const bool exists = std::any_of(head_.packed.columns.begin(), head_.packed.columns.end(),
-                                    [&](const auto& reference) { return reference.property == tally.property; });
+                                    [number](const auto& reference) { return reference.property == number; });
     if (!exists && columns++ >= kMostPackedColumns) continue;
-    chosen.push_back(tally.property);
+    chosen.push_back(number);
   }
   return chosen;
 }
 
 Status Database::WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush, BodyWriter& writer) {
-  PackedColumn column;
-  column.property = property;
-  column.flush = flush;
-  column.values.reserve(records_.size());
-  for (const RecordRef& record : records_) {
-    const size_t index = record->IndexOf(property);
-    if (index != Record::kNowhere) column.values.emplace_back(record->oid(), record->NumberAt(index));
-  }
   const int64_t key = RowKey(oid_, property);
-  STORE_TRY(file.Put(Table::kPacked, key, EncodePacked(column, key, writer)));
+  STORE_TRY(file.Put(Table::kPacked, key, EncodePacked(records_, flush, key, writer)));
   const auto found = std::find_if(packed_after_flush_.columns.begin(), packed_after_flush_.columns.end(),
                                   [property](const auto& reference) { return reference.property == property; });
   if (found == packed_after_flush_.columns.end()) {
@@ -323,10 +327,11 @@ Status Database::WritePacked(VolumeFile& file, CEPROPID property, uint64_t flush
 }
 
 void Database::ForgetChanges() {
-  for (const CEOID oid : changed_records_) {
-    if (Record* record = Find(oid)) record->MarkSaved();
-  }
-  changed_records_.clear();
+  ++time_;
+  whole_records_.clear();
+  number_records_.clear();
+  number_ = kUnchanged;
+  lacking_number_ = 0;
   deleted_records_.clear();
   head_.packed = std::move(packed_after_flush_);
   packed_after_flush_ = {};

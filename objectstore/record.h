@@ -19,9 +19,11 @@ namespace objectstore {
 
 class RecordRef;
 
-// What a record's row in the file lacks: nothing, the value of one property of four bytes (its identifier), or more.
+// What the file lacks of a record: nothing, the value of one property of four bytes (its identifier), more, or all of it.
 inline constexpr CEPROPID kUnchanged = 0;
 inline constexpr CEPROPID kChangedWhole = 0xFFFFFFFF;
+inline constexpr CEPROPID kNotInFile = 0xFFFFFFFE;
+constexpr bool IsNumber(CEPROPID lacks) { return lacks != kUnchanged && lacks < kNotInFile; }
 
 // Memory for records that come together and stay: it is given back as a whole, when the last of them has gone.
 class RecordArena {
@@ -146,14 +148,12 @@ class Record {
   // The text sort key of each order, once an order has needed it. It belongs to the record's text, so it is no change.
   std::array<std::unique_ptr<uint8_t[]>, CEDB_MAXSORTORDER> text_keys;
 
-  // The file holds the record as it is.
-  void MarkSaved() {
-    in_file = true;
-    changed = kUnchanged;
+  // What the file lacks since a time, which its database counts in flushes. Once that time is over the file lacks nothing.
+  CEPROPID LacksSince(uint64_t time) const { return lacks_since_ == time ? lacks_ : kUnchanged; }
+  void SetLacks(CEPROPID lacks, uint64_t time) {
+    lacks_ = lacks;
+    lacks_since_ = time;
   }
-
-  bool in_file = false;              // the file holds this record or an older state of it
-  CEPROPID changed = kChangedWhole;  // kUnchanged, a property's identifier, or kChangedWhole
 
   Record(const Record&) = delete;
   Record& operator=(const Record&) = delete;
@@ -184,6 +184,8 @@ class Record {
   const uint8_t* Bytes() const { return reinterpret_cast<const uint8_t*>(Properties() + property_count_); }
   void Release();
 
+  uint64_t lacks_since_ = 0;
+  CEPROPID lacks_ = kUnchanged;
   CEOID oid_;
   uint32_t references_ = 0;
   uint32_t property_count_;

@@ -36,6 +36,9 @@ constexpr WORD kTypes[] = {CEVT_I2,       CEVT_UI2,    CEVT_I4,     CEVT_UI4,  C
 // The fewest bytes that a property takes in a body of either layout.
 constexpr size_t kSmallestPropertyBytes = 2;
 
+// So large a row is surely one that a file takes; what could be larger is not made a block.
+constexpr size_t kLargestBlockBytes = 1 << 20;
+
 constexpr uint32_t kLargestPropertyNumber = std::numeric_limits<uint16_t>::max();
 
 bool IsAllZero(std::span<const uint8_t> bytes) {
@@ -150,6 +153,40 @@ void DecodeCompact(BodyReader& reader, int64_t& number, Value& value) {
   DecodePayload(reader, static_cast<Code>(code), value);
 }
 
+uint8_t* AppendStep(uint8_t* next, uint32_t number, uint32_t before) {
+  return BodyWriter::AppendCount32(next, static_cast<uint32_t>(ZigZag(static_cast<int32_t>(number - before))));
+}
+
+// The pairs of a column; how many there are is returned.
+size_t PutPairs(std::span<const RecordRef> records, CEPROPID property, BodyWriter& writer) {
+  constexpr size_t kLongestPair = BodyWriter::kLongestCount + BodyWriter::kRoomForCount32;
+  uint8_t* next = writer.Room(records.size() * kLongestPair);
+  size_t pairs = 0;
+  size_t index = 0;
+  CEOID oid_before = 0;
+  uint32_t number_before = 0;
+  for (const RecordRef& record : records) {
+    const size_t found = record->IndexOf(property, index);
+    if (found == Record::kNowhere) continue;
+    index = found;  // where it is in the next one, most likely
+    const uint32_t number = record->NumberAt(index);
+    next = BodyWriter::AppendCount(next, record->oid() - oid_before);
+    next = AppendStep(next, number, number_before);
+    oid_before = record->oid();
+    number_before = number;
+    ++pairs;
+  }
+  writer.TakeUpTo(next);
+  return pairs;
+}
+
+bool HoldsNumbersOnly(const Record& record) {
+  for (size_t i = 0; i < record.property_count(); ++i) {
+    if (FixedWidth(record.IdAt(i)) != sizeof(uint32_t)) return false;
+  }
+  return record.property_count() != 0;
+}
+
 }  // namespace
 
 std::span<const uint8_t> EncodeRecord(const Record& record, int64_t key, uint64_t flush, BodyWriter& writer) {
@@ -220,19 +257,17 @@ Status RecordDecoder::Decode(std::span<const uint8_t> body, int64_t key, RecordR
 }
 
 // Identifiers and values as differences from those before, which are small where there is an order in them.
-std::span<const uint8_t> EncodePacked(const PackedColumn& column, int64_t key, BodyWriter& writer) {
-  writer.Start(BodyKind::kPacked, Layout::kCompact);
-  writer.PutCount(column.flush);
-  writer.PutCount(column.values.size());
-  CEOID oid_before = 0;
-  uint32_t number_before = 0;
-  for (const auto& [oid, number] : column.values) {
-    writer.PutCount(oid - oid_before);
-    writer.PutCount(ZigZag(static_cast<int32_t>(number - number_before)));
-    oid_before = oid;
-    number_before = number;
+std::span<const uint8_t> EncodePacked(std::span<const RecordRef> records, uint64_t flush, int64_t key,
+                                      BodyWriter& writer) {
+  size_t pairs = records.size();  // mostly; where some records lack the property, all is done again
+  for (;;) {
+    writer.Start(BodyKind::kPacked, Layout::kCompact);
+    writer.PutCount(flush);
+    writer.PutCount(pairs);
+    const size_t put = PutPairs(records, LowWord(key), writer);
+    if (put == pairs) return writer.Seal(key);
+    pairs = put;
   }
-  return writer.Seal(key);
 }
 
 Status DecodePacked(std::span<const uint8_t> body, int64_t key, PackedColumn& column) {
@@ -255,21 +290,6 @@ Status DecodePacked(std::span<const uint8_t> body, int64_t key, PackedColumn& co
   return reader.Finished();
 }
 
-bool RecordBlock::Append(const Record& record) {
-  if (oids.empty()) {
-    for (size_t i = 0; i < record.property_count(); ++i) properties.push_back(record.IdAt(i));
-    const auto is_wide = [](CEPROPID id) { return FixedWidth(id) != sizeof(uint32_t); };
-    if (properties.empty() || std::any_of(properties.begin(), properties.end(), is_wide)) return false;
-  }
-  if (record.property_count() != properties.size()) return false;
-  for (size_t i = 0; i < properties.size(); ++i) {
-    if (record.IdAt(i) != properties[i]) return false;
-    numbers.push_back(record.NumberAt(i));
-  }
-  oids.push_back(record.oid());
-  return true;
-}
-
 RecordRef RecordBlock::RecordAt(size_t index, std::vector<Value>& values, RecordArena* arena) const {
   values.clear();
   for (size_t i = 0; i < properties.size(); ++i) {
@@ -278,22 +298,30 @@ RecordRef RecordBlock::RecordAt(size_t index, std::vector<Value>& values, Record
   return Record::Create(oids[index], values, arena);
 }
 
-std::span<const uint8_t> EncodeBlock(const RecordBlock& block, int64_t key, BodyWriter& writer) {
-  const size_t width = block.properties.size();
+std::span<const uint8_t> EncodeBlock(std::span<const RecordRef> records, uint64_t flush, int64_t key,
+                                     BodyWriter& writer) {
+  if (records.empty() || !HoldsNumbersOnly(*records.front())) return {};
+  const Record& first = *records.front();
+  const size_t width = first.property_count();
+  const size_t room = records.size() * (1 + width) * BodyWriter::kRoomForCount32;
+  if (room > kLargestBlockBytes) return {};
   writer.Start(BodyKind::kBlock, Layout::kCompact);
-  writer.PutCount(block.flush);
+  writer.PutCount(flush);
   writer.PutCount(width);
-  for (const CEPROPID id : block.properties) writer.Put32(id);
-  writer.PutCount(block.oids.size());
-  CEOID oid_before = 0;
-  for (size_t i = 0; i < block.oids.size(); ++i) {
-    writer.PutCount(block.oids[i] - oid_before);
-    oid_before = block.oids[i];
-    for (size_t j = 0; j < width; ++j) {
-      const uint32_t before = i == 0 ? 0 : block.numbers[(i - 1) * width + j];
-      writer.PutCount(ZigZag(static_cast<int32_t>(block.numbers[i * width + j] - before)));
+  for (size_t i = 0; i < width; ++i) writer.Put32(first.IdAt(i));
+  writer.PutCount(records.size());
+  uint8_t* next = writer.Room(room);
+  const Record* before = nullptr;
+  for (const RecordRef& record : records) {
+    if (record->property_count() != width) return {};
+    next = BodyWriter::AppendCount(next, record->oid() - (before != nullptr ? before->oid() : 0));
+    for (size_t i = 0; i < width; ++i) {
+      if (record->IdAt(i) != first.IdAt(i)) return {};
+      next = AppendStep(next, record->NumberAt(i), before != nullptr ? before->NumberAt(i) : 0);
     }
+    before = record.get();
   }
+  writer.TakeUpTo(next);
   return writer.Seal(key);
 }
 

@@ -48,15 +48,17 @@ struct RecordBlock {
   std::vector<CEOID> oids;        // ascending
   std::vector<uint32_t> numbers;  // of each record, in the order of the properties
 
-  // Appends a record; false when it is not of the block's kind. The first one settles what that is.
-  bool Append(const Record& record);
   RecordRef RecordAt(size_t index, std::vector<Value>& values, RecordArena* arena) const;
 };
 
-std::span<const uint8_t> EncodeBlock(const RecordBlock& block, int64_t key, BodyWriter& writer);
+// The block of these records, which stand by ascending identifier; no bytes when they do not make one.
+std::span<const uint8_t> EncodeBlock(std::span<const RecordRef> records, uint64_t flush, int64_t key,
+                                     BodyWriter& writer);
 Status DecodeBlock(std::span<const uint8_t> body, int64_t key, RecordBlock& block);
 
-std::span<const uint8_t> EncodePacked(const PackedColumn& column, int64_t key, BodyWriter& writer);
+// The column of the property that the key names, of these records, which stand by ascending identifier.
+std::span<const uint8_t> EncodePacked(std::span<const RecordRef> records, uint64_t flush, int64_t key,
+                                      BodyWriter& writer);
 Status DecodePacked(std::span<const uint8_t> body, int64_t key, PackedColumn& column);
 
 }  // namespace objectstore

@@ -273,8 +273,38 @@ TEST(BodyCodec, APackedColumnsBodyHasTheseBytes) {
   EXPECT_EQ(column.flush, 5u);
   const std::vector<std::pair<CEOID, uint32_t>> expected = {{0x11, 0x0A}, {0x12, 0xFFFFFFFF}};
   EXPECT_EQ(column.values, expected);
+  // A record without the property, before, between and behind those that have it, has no pair.
+  const Value other = NumberValue(0x00020013, 7);
+  const Value first[] = {other, NumberValue(0x00010013, 0x0A)};
+  const Value second = NumberValue(0x00010013, 0xFFFFFFFF);
+  const std::vector<RecordRef> records = {Record::Create(0x10, {&other, 1}), Record::Create(0x11, first),
+                                          Record::Create(0x12, {&second, 1}), Record::Create(0x13, {&other, 1})};
   BodyWriter writer;
-  EXPECT_EQ(Copy(EncodePacked(column, kPackedKey, writer)), kPackedBytes);
+  EXPECT_EQ(Copy(EncodePacked(records, 5, kPackedKey, writer)), kPackedBytes);
+  EXPECT_EQ(Copy(EncodePacked(std::span(records).subspan(1, 2), 5, kPackedKey, writer)), kPackedBytes);
+}
+
+// Each length of a count, at both its ends and for numbers of either sign.
+TEST(BodyCodec, AColumnsCountsAreAsShortAsTheyCanBe) {
+  std::vector<RecordRef> records;
+  std::vector<std::pair<CEOID, uint32_t>> expected;
+  CEOID oid = 0;
+  uint32_t number = 0;
+  const auto add = [&](uint32_t step) {
+    number += step;
+    const Value value = NumberValue(0x00010013, number);
+    records.push_back(Record::Create(++oid, {&value, 1}));
+    expected.emplace_back(oid, number);
+  };
+  for (int bit = 0; bit < 32; ++bit) {
+    for (const uint32_t step : {(uint32_t{1} << bit) - 1, uint32_t{1} << bit, ~uint32_t{0} << bit}) add(step);
+  }
+  BodyWriter writer;
+  const Bytes body = Copy(EncodePacked(records, 1, kPackedKey, writer));
+  PackedColumn column;
+  ASSERT_EQ(DecodePacked(body, kPackedKey, column),
+            Status::kOk);  // which takes no count that is longer than it must be
+  EXPECT_EQ(column.values, expected);
 }
 
 TEST(BodyCodec, ABlockOfRecordsHasTheseBytes) {
@@ -289,12 +319,9 @@ TEST(BodyCodec, ABlockOfRecordsHasTheseBytes) {
   EXPECT_EQ(second->oid(), 0x12u);
   EXPECT_EQ(second->IdAt(1), 0x00010003u);
   EXPECT_EQ(second->NumberAt(1), 0xFFFFFFFEu);
-  RecordBlock again;
-  again.flush = 6;
-  EXPECT_TRUE(again.Append(*block.RecordAt(0, values, nullptr)));
-  EXPECT_TRUE(again.Append(*second));
+  const std::vector<RecordRef> records = {block.RecordAt(0, values, nullptr), second};
   BodyWriter writer;
-  EXPECT_EQ(Copy(EncodeBlock(again, kBlockKey, writer)), kBlockBytes);
+  EXPECT_EQ(Copy(EncodeBlock(records, 6, kBlockKey, writer)), kBlockBytes);
 }
 
 TEST(BodyCodec, ABlockTakesOnlyRecordsOfTheSameNumbers) {
@@ -312,10 +339,10 @@ TEST(BodyCodec, ABlockTakesOnlyRecordsOfTheSameNumbers) {
       {"another property", {NumberValue(0x13, 1)}, {NumberValue(0x10013, 1)}, true},
   };
   for (const auto& row : kRows) {
-    RecordBlock block;
-    EXPECT_EQ(block.Append(*Record::Create(7, row.first)), row.first_fits) << row.why;
-    if (!row.first_fits) continue;
-    EXPECT_FALSE(block.Append(*Record::Create(8, row.second))) << row.why;
+    const std::vector<RecordRef> records = {Record::Create(7, row.first), Record::Create(8, row.second)};
+    BodyWriter writer;
+    EXPECT_EQ(!EncodeBlock({records.data(), 1}, 1, kBlockKey, writer).empty(), row.first_fits) << row.why;
+    EXPECT_TRUE(EncodeBlock(records, 1, kBlockKey, writer).empty()) << row.why;
   }
 }
 
