@@ -18,6 +18,7 @@ struct VolumeHead {
   CEOID next_identifier = 1;
   uint64_t flush = 0;  // the number of the last flush
   uint32_t database_count = 0;
+  bool operator==(const VolumeHead& other) const = default;
 };
 
 // A packed column that belongs to a database: its row must be there, as of that flush.

@@ -69,7 +69,7 @@ Status Volume::LoadCatalogue() {
   STORE_TRY(file_->ForEachRow(Table::kVolume, kFirst, kLast, take_head));
   if (heads != 1) return Status::kCorrupt;
   STORE_TRY(file_->ForEachRow(Table::kDatabase, kFirst, kLast, take_database));
-  saved_next_identifier_ = head_.next_identifier;
+  row_ = head_;
   return databases_.size() == head_.database_count ? Status::kOk : Status::kCorrupt;
 }
 
@@ -187,8 +187,9 @@ Status Volume::Flush() {
     VolumeHead head = head_;
     ++head.flush;
     head.database_count = static_cast<uint32_t>(databases_.size());
-    STORE_TRY(Poison(WriteChanges(head)));
-    ForgetChanges(head);
+    const VolumeHead row = RowFor(head);
+    STORE_TRY(Poison(WriteChanges(head, row)));
+    ForgetChanges(head, row);
     // The flush has happened by now; what fails below makes the next one fail.
     static_cast<void>(Poison(file_->CheckpointWhenLong()));
   }
@@ -196,11 +197,26 @@ Status Volume::Flush() {
 }
 
 bool Volume::HasChanges() const {
-  return head_.next_identifier != saved_next_identifier_ || !deleted_databases_.empty() ||
+  return head_.next_identifier > row_.next_identifier || !deleted_databases_.empty() ||
          std::any_of(databases_.begin(), databases_.end(), [](const auto& database) { return database->changed(); });
 }
 
-Status Volume::WriteChanges(const VolumeHead& head) {
+// What the row has to say with the flush that makes the volume's numbers these.
+VolumeHead Volume::RowFor(const VolumeHead& head) const {
+  constexpr uint32_t kAhead = 64;
+  VolumeHead row = row_;
+  if (head.flush <= row.flush && head.next_identifier <= row.next_identifier &&
+      head.database_count == row.database_count) {
+    return row;
+  }
+  row = head;
+  if (flushes_ == 0) return row;  // who flushes a second time will flush often
+  row.flush += kAhead;
+  row.next_identifier += std::min(kAhead, std::numeric_limits<CEOID>::max() - row.next_identifier);
+  return row;
+}
+
+Status Volume::WriteChanges(const VolumeHead& head, const VolumeHead& row) {
   const Transaction transaction(*file_);
   STORE_TRY(file_->Begin());
   if (++flushes_ == 2) file_->GrowSideFile();  // who flushes a second time will flush often
@@ -212,17 +228,29 @@ Status Volume::WriteChanges(const VolumeHead& head) {
   for (const auto& database : databases_) {
     if (database->changed()) STORE_TRY(database->WriteChanges(*file_, head.flush, writer_));
   }
-  STORE_TRY(file_->Put(Table::kVolume, kVolumeRowKey, EncodeVolumeHead(head, writer_)));
+  if (!(row == row_)) STORE_TRY(file_->Put(Table::kVolume, kVolumeRowKey, EncodeVolumeHead(row, writer_)));
   return file_->Commit();
 }
 
-void Volume::ForgetChanges(const VolumeHead& head) {
+// At the end, so that the numbers go on without a gap. A file that is not there any more can do without.
+Status Volume::WriteExactRow() {
+  const Transaction transaction(*file_);
+  const Status begun = file_->Begin();
+  if (begun == Status::kFileNotFound) return Status::kOk;
+  STORE_TRY(begun);
+  STORE_TRY(file_->Put(Table::kVolume, kVolumeRowKey, EncodeVolumeHead(head_, writer_)));
+  STORE_TRY(file_->Commit());
+  row_ = head_;
+  return Status::kOk;
+}
+
+void Volume::ForgetChanges(const VolumeHead& head, const VolumeHead& row) {
   for (const auto& database : databases_) {
     if (database->changed()) database->ForgetChanges();
   }
   deleted_databases_.clear();
   head_ = head;
-  saved_next_identifier_ = head.next_identifier;
+  row_ = row;
 }
 
 // Memory that was short may be there the next time. Anything else leaves the file in a state that is not known: an
@@ -237,6 +265,10 @@ Status Volume::NoteDamage(Status status) {
   return status;
 }
 
-Status Volume::Settle() { return file_ == nullptr || damaged_ ? Status::kOk : Poison(file_->Settle()); }
+Status Volume::Settle() {
+  if (file_ == nullptr || damaged_) return Status::kOk;
+  if (!poisoned() && !(row_ == head_)) STORE_TRY(Poison(WriteExactRow()));
+  return Poison(file_->Settle());
+}
 
 }  // namespace objectstore

@@ -6,6 +6,9 @@
 //      reads go on.
 // (V4) Once a part of it was found damaged, the last unmount leaves the side file: it may be what is wrong, if it came
 //      from elsewhere, and the file beneath it sound.
+// (V5) The numbers in the volume's row lie ahead of those in use: no flush has a higher number, no object a higher
+//      identifier. So a flush need not write the row until they have caught up. The first flush of a mount and the last
+//      unmount write them as they are.
 #pragma once
 
 #include <memory>
@@ -72,16 +75,18 @@ class Volume {
  private:
   Status LoadCatalogue();
   bool HasChanges() const;
-  Status WriteChanges(const VolumeHead& head);
-  void ForgetChanges(const VolumeHead& head);
+  Status WriteChanges(const VolumeHead& head, const VolumeHead& row);
+  void ForgetChanges(const VolumeHead& head, const VolumeHead& row);
+  VolumeHead RowFor(const VolumeHead& head) const;
+  Status WriteExactRow();
   Status Poison(Status status);
   Status NoteDamage(Status status);
 
   CEGUID guid_ = {0, 0, 0, 0};
   uint32_t sequence_ = 0;
   std::unique_ptr<VolumeFile> file_;
-  VolumeHead head_;  // the number of databases in it is that of the last flush
-  CEOID saved_next_identifier_ = 1;
+  VolumeHead head_;       // the number of databases in it is that of the last flush
+  VolumeHead row_;        // what the file says
   uint32_t flushes_ = 0;  // of this mount
   std::vector<std::unique_ptr<Database>> databases_;
   std::vector<CEOID> deleted_databases_;  // that the file holds

@@ -135,6 +135,25 @@ TEST_F(RecordBlocks, ABlockThatIsMissingOrAnothersIsCorrupt) {
   guid_ = Mount(OPEN_EXISTING);
 }
 
+// 3500 records of 64 numbers that have nothing to do with one another: more than a row can be.
+TEST_F(RecordBlocks, ABlockThatWouldBeTooLongBecomesRows) {
+  const CEOID wide = Create(guid_, u"wide");
+  const HANDLE handle = Open(guid_, wide);
+  CEPROPVAL values[64] = {};
+  uint32_t number = 0;
+  for (int i = 0; i < 3500; ++i) {
+    for (WORD j = 0; j < 64; ++j) {
+      values[j].propid = (uint32_t{j} + 1) << 16 | CEVT_UI4;
+      values[j].val.ulVal = number += 2654435761u;
+    }
+    ASSERT_NE(CeWriteRecordProps(handle, 0, 64, values), 0u);
+  }
+  ASSERT_TRUE(CeFlushDBVol(&guid_));
+  const auto contents = Contents(guid_, wide);
+  ExpectLasting(3500, 1);
+  EXPECT_EQ(Contents(guid_, wide), contents);
+}
+
 // 500 records in the order of their number, which is that of their identifiers.
 class FirstRecords : public VolumeFileTest {
  protected:
