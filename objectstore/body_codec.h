@@ -65,11 +65,10 @@ class BodyWriter {
   static constexpr size_t kRoomForCount32 = 8;  // of which so many may be written, if fewer are taken
   static uint8_t* AppendCount32(uint8_t* next, uint32_t number) {
     if (number < 0x80 || std::endian::native != std::endian::little) return AppendCount(next, number);
+    static constexpr uint64_t kMoreFollow[] = {0, 0, 0x80, 0x8080, 0x808080, 0x80808080};
     const auto bytes = static_cast<unsigned>(std::bit_width(number) * 9 + 64) / 64;
     const uint64_t pairs = (number & 0x3FFF) | (number & 0x0FFFC000) << 2 | (number & uint64_t{0xF0000000}) << 4;
-    const uint64_t spread = (pairs & 0x0F007F007F) | (pairs & 0x3F803F80) << 1;
-    const uint64_t all_but_last = ~uint64_t{0} >> (72 - 8 * bytes);
-    const uint64_t bits = spread | (0x8080808080 & all_but_last);
+    const uint64_t bits = (pairs & 0x0F007F007F) | (pairs & 0x3F803F80) << 1 | kMoreFollow[bytes];
     std::memcpy(next, &bits, sizeof bits);
     return next + bytes;
   }

@@ -172,12 +172,10 @@ void Database::ReserveForRemoval() {
 }
 
 void Database::RemoveRecord(CEOID oid) {
-  const auto place = records_.begin() + static_cast<ptrdiff_t>(PositionByIdentifier(oid));
-  const RecordRef record = *place;
+  const RecordRef record = RecordRef::TakeOut(records_, PositionByIdentifier(oid));
   for (SortOrder& order : orders_) {
     if (order.built()) order.Erase(*record);
   }
-  records_.erase(place);
   head_.identifiers.Remove(oid);
   const CEPROPID lacks = record->LacksSince(time_);
   if (lacks != kNotInFile) deleted_records_.push_back(oid);

@@ -80,12 +80,14 @@ void IdentifierRuns::Remove(CEOID oid) {
 // The number of runs, then for each how many identifiers lie between it and the one before, and how many it holds.
 void IdentifierRuns::Encode(BodyWriter& writer) const {
   writer.PutCount(runs_.size());
+  uint8_t* place = writer.Room(runs_.size() * 2 * BodyWriter::kLongestCount);
   CEOID next = 0;
   for (const Run& run : runs_) {
-    writer.PutCount(run.first - next);
-    writer.PutCount(run.count);
+    place = BodyWriter::AppendCount(place, run.first - next);
+    place = BodyWriter::AppendCount(place, run.count);
     next = run.first + run.count;
   }
+  writer.TakeUpTo(place);
 }
 
 void IdentifierRuns::Decode(BodyReader& reader) {

@@ -137,6 +137,9 @@ class Record {
 
   // Of a property that is a number of four bytes.
   uint32_t NumberAt(size_t index) const { return Properties()[index].value; }
+  void FetchNumberAt(size_t index) const {
+    __builtin_prefetch(&Properties()[index].value);
+  }  // which will be needed soon
   void SetNumberAt(size_t index, uint32_t number) { Properties()[index].value = number; }
 
   // Whether both have the same property there, with the same value.
@@ -223,6 +226,15 @@ class RecordRef {
   Record* operator->() const { return record_; }
   Record& operator*() const { return *record_; }
   explicit operator bool() const { return record_ != nullptr; }
+
+  // Takes one out of a list. The others move as plain pointers: nothing is counted.
+  static RecordRef TakeOut(std::vector<RecordRef>& list, size_t position) {
+    RecordRef taken = std::move(list[position]);
+    for (size_t i = position + 1; i < list.size(); ++i) list[i - 1].record_ = list[i].record_;
+    list.back().record_ = nullptr;
+    list.pop_back();
+    return taken;
+  }
 
  private:
   Record* record_ = nullptr;

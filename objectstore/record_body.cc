@@ -39,6 +39,9 @@ constexpr size_t kSmallestPropertyBytes = 2;
 // So large a row is surely one that a file takes; what could be larger is not made a block.
 constexpr size_t kLargestBlockBytes = 1 << 20;
 
+// While one record is written, the memory of the one so many behind it is fetched.
+constexpr size_t kAhead = 16;
+
 constexpr uint32_t kLargestPropertyNumber = std::numeric_limits<uint16_t>::max();
 
 bool IsAllZero(std::span<const uint8_t> bytes) {
@@ -165,10 +168,14 @@ size_t PutPairs(std::span<const RecordRef> records, CEPROPID property, BodyWrite
   size_t index = 0;
   CEOID oid_before = 0;
   uint32_t number_before = 0;
-  for (const RecordRef& record : records) {
-    const size_t found = record->IndexOf(property, index);
-    if (found == Record::kNowhere) continue;
-    index = found;  // where it is in the next one, most likely
+  for (size_t i = 0; i < records.size(); ++i) {
+    const Record* const record = records[i].get();
+    if (i + kAhead < records.size()) records[i + kAhead]->FetchNumberAt(index);
+    if (index >= record->property_count() || record->IdAt(index) != property) {
+      const size_t found = record->IndexOf(property);
+      if (found == Record::kNowhere) continue;
+      index = found;  // where it is in the next one, most likely
+    }
     const uint32_t number = record->NumberAt(index);
     next = BodyWriter::AppendCount(next, record->oid() - oid_before);
     next = AppendStep(next, number, number_before);
@@ -312,14 +319,16 @@ std::span<const uint8_t> EncodeBlock(std::span<const RecordRef> records, uint64_
   writer.PutCount(records.size());
   uint8_t* next = writer.Room(room);
   const Record* before = nullptr;
-  for (const RecordRef& record : records) {
+  for (size_t i = 0; i < records.size(); ++i) {
+    const Record* const record = records[i].get();
+    if (i + kAhead < records.size()) records[i + kAhead]->FetchNumberAt(width - 1);
     if (record->property_count() != width) return {};
     next = BodyWriter::AppendCount(next, record->oid() - (before != nullptr ? before->oid() : 0));
-    for (size_t i = 0; i < width; ++i) {
-      if (record->IdAt(i) != first.IdAt(i)) return {};
-      next = AppendStep(next, record->NumberAt(i), before != nullptr ? before->NumberAt(i) : 0);
+    for (size_t j = 0; j < width; ++j) {
+      if (record->IdAt(j) != first.IdAt(j)) return {};
+      next = AppendStep(next, record->NumberAt(j), before != nullptr ? before->NumberAt(j) : 0);
     }
-    before = record.get();
+    before = record;
   }
   writer.TakeUpTo(next);
   return writer.Seal(key);
