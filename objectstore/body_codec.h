@@ -35,6 +35,7 @@ constexpr uint8_t KindWithoutLayout(uint8_t byte) {
 constexpr uint64_t ZigZag(int64_t number) {
   return static_cast<uint64_t>(number) << 1 ^ static_cast<uint64_t>(number >> 63);
 }
+constexpr uint32_t ZigZag32(uint32_t number) { return number << 1 ^ (0u - (number >> 31)); }  // of its 32 bits, signed
 constexpr int64_t UnZigZag(uint64_t number) { return static_cast<int64_t>(number >> 1 ^ (~(number & 1) + 1)); }
 
 // Collects one body. The buffer may be used again for the next.

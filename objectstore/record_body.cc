@@ -157,7 +157,7 @@ void DecodeCompact(BodyReader& reader, int64_t& number, Value& value) {
 }
 
 uint8_t* AppendStep(uint8_t* next, uint32_t number, uint32_t before) {
-  return BodyWriter::AppendCount32(next, static_cast<uint32_t>(ZigZag(static_cast<int32_t>(number - before))));
+  return BodyWriter::AppendCount32(next, ZigZag32(number - before));
 }
 
 // The pairs of a column; how many there are is returned.

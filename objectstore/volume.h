@@ -6,7 +6,7 @@
 //      reads go on.
 // (V4) Once a part of it was found damaged, the last unmount leaves the side file: it may be what is wrong, if it came
 //      from elsewhere, and the file beneath it sound.
-// (V5) The numbers in the volume's row lie ahead of those in use: no flush has a higher number, no object a higher
+// (V5) The numbers in the volume's row may lie ahead of those in use: no flush has a higher number, no object a higher
 //      identifier. So a flush need not write the row until they have caught up. The first flush of a mount and the last
 //      unmount write them as they are.
 #pragma once
