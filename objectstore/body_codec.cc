@@ -1,6 +1,7 @@
 // See body_codec.h.
 #include "body_codec.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <utility>
@@ -47,7 +48,8 @@ std::span<const uint8_t> BodyWriter::Seal(int64_t key) {
 }
 
 void BodyWriter::Grow(size_t count) {
-  const size_t capacity = (size_ + count) * 2;
+  constexpr size_t kSmallest = 256;
+  const size_t capacity = std::max({kSmallest, size_ + count, capacity_ * 2});
   std::unique_ptr<uint8_t[]> bytes(new uint8_t[capacity]);
   if (size_ != 0) std::memcpy(bytes.get(), bytes_.get(), size_);
   bytes_ = std::move(bytes);

@@ -63,7 +63,9 @@ class BodyWriter {
     return next;
   }
   // The same for a number that is as often long as short: without a branch that nobody can foresee.
-  static constexpr size_t kRoomForCount32 = 8;  // of which so many may be written, if fewer are taken
+  // So many bytes behind those that it takes may be written, and need room as well.
+  static constexpr size_t kLongestCount32 = 5;
+  static constexpr size_t kWrittenBehind = 3;
   static uint8_t* AppendCount32(uint8_t* next, uint32_t number) {
     if (number < 0x80 || std::endian::native != std::endian::little) return AppendCount(next, number);
     static constexpr uint64_t kMoreFollow[] = {0, 0, 0x80, 0x8080, 0x808080, 0x80808080};

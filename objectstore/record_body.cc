@@ -38,6 +38,7 @@ constexpr size_t kSmallestPropertyBytes = 2;
 
 // So large a row is surely one that a file takes; what could be larger is not made a block.
 constexpr size_t kLargestBlockBytes = 1 << 20;
+constexpr size_t kBlockHeadBytes = 64;  // more than stands in front of the properties and between them and the records
 
 // While one record is written, the memory of the one so many behind it is fetched.
 constexpr size_t kAhead = 16;
@@ -162,8 +163,8 @@ uint8_t* AppendStep(uint8_t* next, uint32_t number, uint32_t before) {
 
 // The pairs of a column; how many there are is returned.
 size_t PutPairs(std::span<const RecordRef> records, CEPROPID property, BodyWriter& writer) {
-  constexpr size_t kLongestPair = BodyWriter::kLongestCount + BodyWriter::kRoomForCount32;
-  uint8_t* next = writer.Room(records.size() * kLongestPair);
+  constexpr size_t kLongestPair = 2 * BodyWriter::kLongestCount32;
+  uint8_t* next = writer.Room(records.size() * kLongestPair + BodyWriter::kWrittenBehind);
   size_t pairs = 0;
   size_t index = 0;
   CEOID oid_before = 0;
@@ -310,8 +311,8 @@ std::span<const uint8_t> EncodeBlock(std::span<const RecordRef> records, uint64_
   if (records.empty() || !HoldsNumbersOnly(*records.front())) return {};
   const Record& first = *records.front();
   const size_t width = first.property_count();
-  const size_t room = records.size() * (1 + width) * BodyWriter::kRoomForCount32;
-  if (room > kLargestBlockBytes) return {};
+  const size_t room = records.size() * (1 + width) * BodyWriter::kLongestCount32 + BodyWriter::kWrittenBehind;
+  if (room + kBlockHeadBytes + width * sizeof(CEPROPID) > kLargestBlockBytes) return {};
   writer.Start(BodyKind::kBlock, Layout::kCompact);
   writer.PutCount(flush);
   writer.PutCount(width);
