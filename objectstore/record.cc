@@ -49,10 +49,14 @@ size_t Record::BytesOf(Form form, size_t length) {
 }
 
 RecordRef Record::Create(CEOID oid, std::span<const Value> values, RecordArena* arena) {
+  return Create(oid, values, CountedBytes(values), arena);
+}
+
+RecordRef Record::Create(CEOID oid, std::span<const Value> values, uint64_t counted_bytes, RecordArena* arena) {
   size_t bytes = sizeof(Record) + values.size() * sizeof(Property);
   for (const Value& value : values) bytes += BytesOf(FormOf(value), value.length);
   void* memory = arena != nullptr ? arena->Allocate(bytes) : ::operator new(bytes);
-  auto* record = new (memory) Record(oid, values.size(), CountedBytes(values), arena != nullptr);
+  auto* record = new (memory) Record(oid, values.size(), counted_bytes, arena != nullptr);
   Fill(values, record->Properties());
   return RecordRef(record);
 }

@@ -42,6 +42,10 @@ class Record {
   // The values' bytes may lie anywhere. Without an arena the record is an allocation of its own.
   static RecordRef Create(CEOID oid, std::span<const Value> values, RecordArena* arena = nullptr);
 
+  // For whoever knows already what the values count for.
+  static RecordRef Create(CEOID oid, std::span<const Value> values, uint64_t counted_bytes,
+                          RecordArena* arena = nullptr);
+
   CEOID oid() const { return oid_; }
 
   // Whoever moves to a record reads it next: its bytes may be on their way while the call returns.

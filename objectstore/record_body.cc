@@ -259,8 +259,9 @@ Status RecordDecoder::Decode(std::span<const uint8_t> body, int64_t key, RecordR
     if (!reader.ok()) break;
   }
   STORE_TRY(reader.Finished());
-  if (CountedBytes(values_) > CEDB_MAXRECORDSIZE) return Status::kCorrupt;
-  record = Record::Create(LowWord(key), values_, arena);
+  const uint64_t counted_bytes = CountedBytes(values_);
+  if (counted_bytes > CEDB_MAXRECORDSIZE) return Status::kCorrupt;
+  record = Record::Create(LowWord(key), values_, counted_bytes, arena);
   return Status::kOk;
 }
 

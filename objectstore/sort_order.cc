@@ -306,9 +306,12 @@ bool SortOrder::EntryBefore(const Entry& entry, const SortKey& key, CEOID oid) c
   return difference != 0 ? difference < 0 : entry.record->oid() < oid;
 }
 
-// Records mostly come in the order in which they are sorted.
+// Records are mostly added at the end, and written once more there: the last two places are looked at first.
 size_t SortOrder::PresentIndex(const SortKey& key, CEOID oid) const {
-  if (present_.empty() || EntryBefore(present_.back(), key, oid)) return present_.size();
+  const size_t count = present_.size();
+  if (count >= 2 && EntryBefore(present_[count - 2], key, oid)) {
+    return EntryBefore(present_[count - 1], key, oid) ? count : count - 1;
+  }
   const auto found = std::partition_point(present_.begin(), present_.end(),
                                           [&](const Entry& entry) { return EntryBefore(entry, key, oid); });
   return static_cast<size_t>(found - present_.begin());

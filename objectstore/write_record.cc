@@ -12,18 +12,28 @@ namespace {
 // More properties than this no record can have, by its size.
 constexpr size_t kMostProperties = CEDB_MAXRECORDSIZE / kPropertyOverheadBytes;
 
+// The highest identifier among values, or one above it: what is higher is not among them.
+CEPROPID HighestOf(std::span<const Value> values) {
+  CEPROPID highest = 0;
+  for (const Value& value : values) highest = std::max(highest, value.id);
+  return highest;
+}
+
 // A property keeps its place when it is written again; one that is deleted and written anew goes to the end.
-Status MergeOne(const CEPROPVAL& given, std::vector<Value>& values) {
+Status MergeOne(const CEPROPVAL& given, std::vector<Value>& values, CEPROPID& highest) {
   if (!IsKnownType(given.propid)) return Status::kInvalidParameter;
   if ((given.wFlags & CEDB_PROPNOTFOUND) != 0) return Status::kOk;  // the gap in a block that was read: no value
   const auto place =
-      std::find_if(values.begin(), values.end(), [&](const Value& value) { return value.id == given.propid; });
+      given.propid > highest
+          ? values.end()
+          : std::find_if(values.begin(), values.end(), [&](const Value& value) { return value.id == given.propid; });
   if ((given.wFlags & CEDB_PROPDELETE) != 0) {
     if (place != values.end()) values.erase(place);
     return Status::kOk;
   }
   if (place != values.end()) return Measure(given, *place);
   if (values.size() == kMostProperties) return Status::kInvalidParameter;
+  highest = std::max(highest, given.propid);
   return Measure(given, values.emplace_back());  // the list is of no use any more when this fails
 }
 
@@ -51,11 +61,13 @@ Status WriteRecord(OpenDatabase& handle, CEOID& oid, std::span<const CEPROPVAL> 
     }
     AppendValues(*before, merged);
   }
-  for (const CEPROPVAL& value : values) STORE_TRY(MergeOne(value, merged));
-  if (CountedBytes(merged) > CEDB_MAXRECORDSIZE) return Status::kInvalidParameter;
+  CEPROPID highest = HighestOf(merged);
+  for (const CEPROPVAL& value : values) STORE_TRY(MergeOne(value, merged, highest));
+  const uint64_t counted_bytes = CountedBytes(merged);
+  if (counted_bytes > CEDB_MAXRECORDSIZE) return Status::kInvalidParameter;
   CEOID identifier = oid;
   if (identifier == 0) STORE_TRY(handle.volume().NextIdentifier(identifier));
-  STORE_TRY(database.PutRecord(Record::Create(identifier, merged)));
+  STORE_TRY(database.PutRecord(Record::Create(identifier, merged, counted_bytes)));
   if (oid == 0) handle.volume().UseIdentifier();
   oid = identifier;
   return Status::kOk;

@@ -45,9 +45,9 @@ sqlite3_io_methods Methods() {
 
 class GatheredWritesTest : public ::testing::Test {
  protected:
-  void Begin(bool is_new) {
+  void Begin() {
     file_.base.pMethods = &methods_;
-    writes_.Begin(&file_.base, is_new);
+    writes_.Begin(&file_.base);
   }
   const sqlite3_io_methods& io() { return *file_.base.pMethods; }
   int Put(int count, sqlite3_int64 offset) { return io().xWrite(&file_.base, bytes_, count, offset); }
@@ -65,22 +65,8 @@ class GatheredWritesTest : public ::testing::Test {
   uint8_t bytes_[kFrame] = {};
 };
 
-TEST_F(GatheredWritesTest, ANewLogsHeaderIsSyncedWithItsFirstFrames) {
-  Begin(true);
-  EXPECT_EQ(Put(kHeader, 0), SQLITE_OK);
-  EXPECT_EQ(SyncNow(), SQLITE_OK);
-  EXPECT_EQ(Calls(), List());
-  EXPECT_EQ(Put(kFrame, kHeader), SQLITE_OK);
-  EXPECT_EQ(SyncNow(), SQLITE_OK);
-  EXPECT_EQ(Calls(), (List{"write 4152 at 0", "sync"}));
-  // The next header of the same file stands in front of frames that it must not be taken for.
-  EXPECT_EQ(Put(kHeader, 0), SQLITE_OK);
-  EXPECT_EQ(SyncNow(), SQLITE_OK);
-  EXPECT_EQ(Calls(), (List{"write 32 at 0", "sync"}));
-}
-
-TEST_F(GatheredWritesTest, AnOlderLogsHeaderIsSyncedByItself) {
-  Begin(false);
+TEST_F(GatheredWritesTest, ALogsHeaderIsSyncedBeforeTheFramesThatItStandsFor) {
+  Begin();
   EXPECT_EQ(Put(kHeader, 0), SQLITE_OK);
   EXPECT_EQ(SyncNow(), SQLITE_OK);
   EXPECT_EQ(Calls(), (List{"write 32 at 0", "sync"}));
@@ -89,37 +75,32 @@ TEST_F(GatheredWritesTest, AnOlderLogsHeaderIsSyncedByItself) {
   EXPECT_EQ(Calls(), (List{"write 4120 at 32", "sync"}));
 }
 
-TEST_F(GatheredWritesTest, OnceANewLogHasAnythingItsHeaderIsSynced) {
-  Begin(true);
-  EXPECT_EQ(Put(kHeader, 0), SQLITE_OK);
-  EXPECT_EQ(io().xRead(&file_.base, bytes_, kHeader, 0), SQLITE_OK);
-  EXPECT_EQ(Put(kHeader, 0), SQLITE_OK);
-  EXPECT_EQ(SyncNow(), SQLITE_OK);
-  EXPECT_EQ(Calls(), (List{"write 32 at 0", "read", "write 32 at 0", "sync"}));
-}
-
-TEST_F(GatheredWritesTest, ASyncOfAnythingElseInANewLogIsASync) {
+TEST_F(GatheredWritesTest, WhatWasGatheredIsInTheFileBeforeItIsReadMeasuredOrCut) {
   const struct {
-    const char* why;
-    int count;
-    sqlite3_int64 offset;
-  } kRows[] = {{"nothing", 0, 0}, {"less than a header", kHeader - 1, 0}, {"not at the beginning", kHeader, kFrame}};
+    const char* then;
+    int (*call)(const sqlite3_io_methods&, sqlite3_file*, uint8_t*);
+  } kRows[] = {
+      {"read", [](const auto& io, sqlite3_file* file, uint8_t* to) { return io.xRead(file, to, kHeader, 0); }},
+      {"size",
+       [](const auto& io, sqlite3_file* file, uint8_t*) {
+         sqlite3_int64 size = 0;
+         return io.xFileSize(file, &size);
+       }},
+      {"cut", [](const auto& io, sqlite3_file* file, uint8_t*) { return io.xTruncate(file, 0); }},
+  };
+  Begin();
   for (const auto& row : kRows) {
-    WatchedFile file;
-    file.base.pMethods = &methods_;
-    GatheredWrites writes;
-    writes.Begin(&file.base, true);
-    if (row.count != 0) file.base.pMethods->xWrite(&file.base, bytes_, row.count, row.offset);
-    EXPECT_EQ(file.base.pMethods->xSync(&file.base, SQLITE_SYNC_NORMAL), SQLITE_OK);
-    EXPECT_EQ(file.calls.back(), "sync") << row.why;
-    EXPECT_EQ(file.calls.size(), row.count != 0 ? 2u : 1u) << row.why;
+    EXPECT_EQ(Put(kHeader, 0), SQLITE_OK);
+    EXPECT_EQ(Put(kFrame, kHeader), SQLITE_OK);
+    EXPECT_EQ(Calls(), List()) << row.then;
+    EXPECT_EQ(row.call(io(), &file_.base, bytes_), SQLITE_OK);
+    EXPECT_EQ(Calls(), (List{"write 4152 at 0", row.then}));
   }
 }
 
 TEST_F(GatheredWritesTest, AfterAWriteThatFailedNoSyncSucceeds) {
-  Begin(true);
+  Begin();
   EXPECT_EQ(Put(kHeader, 0), SQLITE_OK);
-  EXPECT_EQ(SyncNow(), SQLITE_OK);
   EXPECT_EQ(Put(kFrame, kHeader), SQLITE_OK);
   file_.failure = SQLITE_IOERR_WRITE;
   EXPECT_EQ(SyncNow(), SQLITE_IOERR_WRITE);
