@@ -70,6 +70,11 @@ void* operator new(size_t size) {
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, size_t) noexcept { std::free(block); }
 
+// Of their own, since the address sanitizer has some that do not come by here.
+void* operator new[](size_t size) { return operator new(size); }
+void operator delete[](void* block) noexcept { operator delete(block); }
+void operator delete[](void* block, size_t) noexcept { operator delete(block); }
+
 extern "C" {
 
 void* __real_LocalAlloc(DWORD flags, size_t size);
