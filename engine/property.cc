@@ -18,16 +18,6 @@ void CopyText(const CEPROPVAL& property, MDbChar* destination, uint32_t size_byt
   if (IsPresent(property)) CopyWideTruncated(size_bytes, property.val.lpwstr, destination);
 }
 
-MDbStatus ProbePropSize(HANDLE database, std::span<const CEPROPID> ids, uint32_t* size_bytes) {
-  WORD count = static_cast<WORD>(ids.size());
-  BYTE* no_buffer = nullptr;
-  DWORD size = 0;
-  const CEOID oid = CeReadRecordPropsEx(database, 0, &count, ids.data(), &no_buffer, &size, 0);
-  if (oid != 0 || GetLastError() != ERROR_INSUFFICIENT_BUFFER) return MDbStatusFailed;
-  *size_bytes = size;
-  return MDbStatusOk;
-}
-
 MDbStatus ReadProps(HANDLE database, std::span<const CEPROPID> ids, PropertyBlock* block, CEOID* oid) {
   if (oid != nullptr) *oid = 0;
   uint32_t size_bytes = 0;

@@ -90,8 +90,16 @@ class PropertyBlock {
 };
 
 // Asks for the size of a read of these properties from the current record. The platform must refuse the read for want
-// of a buffer; anything else is 1.
-MDbStatus ProbePropSize(HANDLE database, std::span<const CEPROPID> ids, uint32_t* size_bytes);
+// of a buffer; anything else is 1. In place, since it is part of every read.
+inline MDbStatus ProbePropSize(HANDLE database, std::span<const CEPROPID> ids, uint32_t* size_bytes) {
+  WORD count = static_cast<WORD>(ids.size());
+  BYTE* no_buffer = nullptr;
+  DWORD size = 0;
+  const CEOID oid = CeReadRecordPropsEx(database, 0, &count, ids.data(), &no_buffer, &size, 0);
+  if (oid != 0 || GetLastError() != ERROR_INSUFFICIENT_BUFFER) return MDbStatusFailed;
+  *size_bytes = size;
+  return MDbStatusOk;
+}
 
 // Reads properties of the current record. 1 when the probe fails. When the allocation or the read after it fails the
 // answer is 0 and the block stays false: callers leave their outputs as they were. oid may be null; it receives the

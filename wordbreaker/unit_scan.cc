@@ -30,49 +30,67 @@ size_t Rarity(char16_t unit) { return std::min(kLettersByFrequency.find(unit), k
 
 #if defined(__SSE2__)
 
+constexpr size_t kBlockUnits = sizeof(__m128i) / sizeof(char16_t);
+constexpr size_t kPieceBlocks = 4;
+
+__m128i Load(const void* units) { return _mm_loadu_si128(static_cast<const __m128i*>(units)); }
+
 // Sixteen units of a text against one unit: a byte of ones for each that is equal.
 struct InFolded {
+  using Text = char16_t;
   static bool Equal(char16_t text, char16_t unit) { return text == unit; }
   static __m128i Spread(char16_t unit) { return _mm_set1_epi16(static_cast<int16_t>(unit)); }
-  static __m128i Equal(__m128i first, __m128i second, __m128i spread) {
-    return _mm_packs_epi16(_mm_cmpeq_epi16(first, spread), _mm_cmpeq_epi16(second, spread));
+  static __m128i EqualOf16(const char16_t* text, __m128i spread) {
+    return _mm_packs_epi16(_mm_cmpeq_epi16(Load(text), spread), _mm_cmpeq_epi16(Load(text + kBlockUnits), spread));
   }
 };
 
 // The same without regard to case. ASCII's units keep their values when they are packed into bytes.
 struct InAscii {
+  using Text = char16_t;
   static bool Equal(char16_t text, char16_t unit) { return (text | kCaseBit) == (unit | kCaseBit); }
   static __m128i Spread(char16_t unit) { return _mm_set1_epi8(static_cast<char>(unit | kCaseBit)); }
-  static __m128i Equal(__m128i first, __m128i second, __m128i spread) {
-    return _mm_cmpeq_epi8(_mm_or_si128(_mm_packus_epi16(first, second), _mm_set1_epi8(kCaseBit)), spread);
+  static __m128i EqualOf16(const char16_t* text, __m128i spread) {
+    const __m128i packed = _mm_packus_epi16(Load(text), Load(text + kBlockUnits));
+    return _mm_cmpeq_epi8(_mm_or_si128(packed, _mm_set1_epi8(kCaseBit)), spread);
   }
 };
 
-__m128i Load(const char16_t* units) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(units)); }
+// The same where they have been packed and have the bit of their case.
+struct InPacked {
+  using Text = char;
+  static bool Equal(char text, char16_t unit) { return text == static_cast<char>(unit | kCaseBit); }
+  static __m128i Spread(char16_t unit) { return InAscii::Spread(unit); }
+  static __m128i EqualOf16(const char* text, __m128i spread) { return _mm_cmpeq_epi8(Load(text), spread); }
+};
 
 // Of a block in which the text ends there may be units that belong to something else, which the sanitizers would
 // not have anybody read.
 __attribute__((no_sanitize("address", "thread"))) __m128i LoadAligned(const __m128i* block) { return *block; }
 
-void Store(char16_t* place, __m128i units) { _mm_storeu_si128(reinterpret_cast<__m128i*>(place), units); }
-
-template <typename Comparison>
-__m128i Equal(const char16_t* units, __m128i spread) {
-  return Comparison::Equal(Load(units), Load(units + 8), spread);
-}
+void Store(void* place, __m128i units) { _mm_storeu_si128(static_cast<__m128i*>(place), units); }
 
 uint32_t Bits(__m128i bytes) { return static_cast<uint32_t>(_mm_movemask_epi8(bytes)); }
 
 __m128i AreZero(__m128i units) { return _mm_cmpeq_epi16(units, _mm_setzero_si128()); }
 uint32_t Zeros(__m128i units) { return Bits(AreZero(units)); }
 
-// Whether all of 32 units are ASCII and none ends the text. Packed with saturation, a byte has its highest bit for any
+// Four blocks, a byte for each unit.
+struct PackedPiece {
+  __m128i first;
+  __m128i second;
+};
+
+PackedPiece PackPiece(const __m128i* block) {
+  return {_mm_packus_epi16(LoadAligned(block), LoadAligned(block + 1)),
+          _mm_packus_epi16(LoadAligned(block + 2), LoadAligned(block + 3))};
+}
+
+// Whether all its units are ASCII and none ends the text. Packed with saturation, a byte has its highest bit for any
 // other unit below 0x8000, and is zero for the units from there on and for zero itself.
-bool IsAsciiPiece(const __m128i* block) {
-  const __m128i first = _mm_packus_epi16(LoadAligned(block), LoadAligned(block + 1));
-  const __m128i second = _mm_packus_epi16(LoadAligned(block + 2), LoadAligned(block + 3));
-  const __m128i zeros = _mm_cmpeq_epi8(_mm_min_epu8(first, second), _mm_setzero_si128());
-  return Bits(_mm_or_si128(zeros, _mm_or_si128(first, second))) == 0;
+bool IsAscii(const PackedPiece& piece) {
+  const __m128i zeros = _mm_cmpeq_epi8(_mm_min_epu8(piece.first, piece.second), _mm_setzero_si128());
+  return Bits(_mm_or_si128(zeros, _mm_or_si128(piece.first, piece.second))) == 0;
 }
 
 uint32_t BeyondAscii(__m128i units) {
@@ -82,11 +100,18 @@ uint32_t BeyondAscii(__m128i units) {
 #else
 
 struct InFolded {
+  using Text = char16_t;
   static bool Equal(char16_t text, char16_t unit) { return text == unit; }
 };
 
 struct InAscii {
+  using Text = char16_t;
   static bool Equal(char16_t text, char16_t unit) { return (text | kCaseBit) == (unit | kCaseBit); }
+};
+
+struct InPacked {
+  using Text = char;
+  static bool Equal(char text, char16_t unit) { return text == static_cast<char>(unit | kCaseBit); }
 };
 
 #endif
@@ -98,30 +123,66 @@ struct InAscii {
 // Read in aligned blocks of eight units, four at a time where they lie in one aligned piece, so that none is in a page
 // where the text has nothing. Units before the text and behind its end take no part in the answer. A text at an odd
 // address is never aligned and is read unit by unit.
-TextExtent ExtentOf(const char16_t* text) {
-  constexpr size_t kPieceBlocks = 4;
+//
+// take_piece and take_block are given what was read, one after the other, and say whether they have room for it.
+template <typename TakePiece, typename TakeBlock>
+std::optional<TextExtent> Scan(const char16_t* text, TakePiece take_piece, TakeBlock take_block) {
   const auto address = reinterpret_cast<uintptr_t>(text);
-  if (address % sizeof(char16_t) != 0) return ExtentUnitByUnit(text);
   const size_t before = address % sizeof(__m128i);
-  const auto* block = reinterpret_cast<const __m128i*>(address - before);
   uint32_t in_text = ~uint32_t{0} << before;  // two bits a unit
   bool ascii = true;
-  for (;; ++block) {
-    const bool is_piece = reinterpret_cast<uintptr_t>(block) % (kPieceBlocks * sizeof(__m128i)) == 0;
-    while (is_piece && IsAsciiPiece(block)) {
-      block += kPieceBlocks;
-      in_text = ~uint32_t{0};
+  for (const auto* block = reinterpret_cast<const __m128i*>(address - before);; ++block) {
+    if (reinterpret_cast<uintptr_t>(block) % (kPieceBlocks * sizeof(__m128i)) == 0) {
+      const __m128i* const first = block;
+      for (PackedPiece piece = PackPiece(block); IsAscii(piece); piece = PackPiece(block)) {
+        if (!take_piece(piece)) return std::nullopt;
+        block += kPieceBlocks;
+      }
+      if (block != first) in_text = ~uint32_t{0};
     }
     const __m128i units = LoadAligned(block);
+    if (!take_block(units)) return std::nullopt;
     const uint32_t ends = Zeros(units) & in_text;
     if (ends != 0) in_text &= (ends & ~(ends - 1)) - 1;
     ascii = ascii && (BeyondAscii(units) & in_text) == 0;
     if (ends != 0) {
       const uintptr_t end = reinterpret_cast<uintptr_t>(block) + static_cast<size_t>(std::countr_zero(ends));
-      return {(end - address) / sizeof(char16_t), ascii};
+      return TextExtent{(end - address) / sizeof(char16_t), ascii};
     }
     in_text = ~uint32_t{0};
   }
+}
+
+TextExtent ExtentOf(const char16_t* text) {
+  if (reinterpret_cast<uintptr_t>(text) % sizeof(char16_t) != 0) return ExtentUnitByUnit(text);
+  return *Scan(
+      text, [](const PackedPiece&) { return true; }, [](__m128i) { return true; });
+}
+
+std::optional<PackedText> PackTerminated(const char16_t* text, std::span<char> room) {
+  const auto address = reinterpret_cast<uintptr_t>(text);
+  if (address % sizeof(char16_t) != 0 || room.size() < kPieceBlocks * kBlockUnits) return std::nullopt;
+  const __m128i case_bits = _mm_set1_epi8(kCaseBit);
+  char* next = room.data();
+  const char* const last_piece = next + room.size() - kPieceBlocks * kBlockUnits;
+  const auto take_piece = [&next, last_piece, case_bits](const PackedPiece& piece) {
+    if (next > last_piece) return false;
+    Store(next, _mm_or_si128(piece.first, case_bits));
+    Store(next + sizeof(__m128i), _mm_or_si128(piece.second, case_bits));
+    next += kPieceBlocks * kBlockUnits;
+    return true;
+  };
+  const auto take_block = [&next, last_piece, case_bits](__m128i units) {
+    if (next > last_piece) return false;
+    const __m128i bytes = _mm_or_si128(_mm_packus_epi16(units, units), case_bits);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(next), bytes);
+    next += kBlockUnits;
+    return true;
+  };
+  const std::optional<TextExtent> extent = Scan(text, take_piece, take_block);
+  if (!extent) return std::nullopt;
+  const size_t first = address % sizeof(__m128i) / sizeof(char16_t);
+  return PackedText{*extent, std::string_view(room.data() + first, extent->size)};
 }
 
 uint32_t FoldAsciiOfBlock(const char16_t* text, char16_t* folded) {
@@ -154,6 +215,8 @@ uint32_t FoldAsciiOfBlock(const char16_t* text, char16_t* folded) {
 
 TextExtent ExtentOf(const char16_t* text) { return ExtentUnitByUnit(text); }
 
+std::optional<PackedText> PackTerminated(const char16_t*, std::span<char>) { return std::nullopt; }
+
 #endif
 
 WordFilter::WordFilter(std::u16string_view word) : word_size_(word.size()), units_{{{0, word[0]}, {0, word[0]}}} {
@@ -167,17 +230,20 @@ size_t WordFilter::NextInFolded(std::u16string_view folded, size_t from) const {
 
 size_t WordFilter::NextInAscii(std::u16string_view text, size_t from) const { return Next<InAscii>(text, from); }
 
+size_t WordFilter::NextInPacked(std::string_view packed, size_t from) const { return Next<InPacked>(packed, from); }
+
 template <typename Comparison>
-size_t WordFilter::Next(std::u16string_view text, size_t from) const {
+size_t WordFilter::Next(std::basic_string_view<typename Comparison::Text> text, size_t from) const {
   if (text.size() < word_size_) return kNowhere;
   const size_t starts = text.size() - word_size_ + 1;
-  const char16_t* const first = text.data() + units_[0].offset;
-  const char16_t* const second = text.data() + units_[1].offset;
+  const auto* const first = text.data() + units_[0].offset;
+  const auto* const second = text.data() + units_[1].offset;
 #if defined(__SSE2__)
   const __m128i first_unit = Comparison::Spread(units_[0].unit);
   const __m128i second_unit = Comparison::Spread(units_[1].unit);
   const auto both = [&](size_t start) {
-    return _mm_and_si128(Equal<Comparison>(first + start, first_unit), Equal<Comparison>(second + start, second_unit));
+    return _mm_and_si128(Comparison::EqualOf16(first + start, first_unit),
+                         Comparison::EqualOf16(second + start, second_unit));
   };
   for (; from + 32 <= starts; from += 32) {
     const __m128i here = both(from);

@@ -8,6 +8,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string_view>
 
 namespace wordbreaker {
@@ -19,6 +21,16 @@ struct TextExtent {
 
 // Of a zero-terminated text.
 TextExtent ExtentOf(const char16_t* text);
+
+// A terminated text whose ASCII characters are packed as well, a byte for each unit, with the bit set in which the two cases
+// of an ASCII letter differ. The bytes of other units mean nothing.
+struct PackedText {
+  TextExtent extent;
+  std::string_view units;
+};
+
+// Packs a text into a room that the answer then points to. Nothing where the room is too small or this has no advantage.
+std::optional<PackedText> PackTerminated(const char16_t* text, std::span<char> room);
 
 constexpr size_t kBlock = 16;
 
@@ -42,6 +54,9 @@ class WordFilter {
   // for `, say. The word is plain ASCII, too.
   size_t NextInAscii(std::u16string_view text, size_t from) const;
 
+  // The same in one that is packed.
+  size_t NextInPacked(std::string_view packed, size_t from) const;
+
  private:
   struct Unit {
     size_t offset;  // in the word
@@ -49,7 +64,7 @@ class WordFilter {
   };
 
   template <typename Comparison>
-  size_t Next(std::u16string_view text, size_t from) const;
+  size_t Next(std::basic_string_view<typename Comparison::Text> text, size_t from) const;
 
   size_t word_size_;
   std::array<Unit, 2> units_;

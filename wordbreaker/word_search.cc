@@ -48,18 +48,31 @@ WordSearch::WordSearch(std::u16string_view text, const WordLanguage& language)
 
 bool WordSearch::Finds(std::u16string_view text) { return IsAscii(text) ? FindsInAscii(text) : FindsInAnyText(text); }
 
+// Most texts are short enough to be packed while their end is looked for.
 bool WordSearch::FindsTerminated(const char16_t* text) {
-  const TextExtent extent = ExtentOf(text);
-  return extent.ascii ? FindsInAscii({text, extent.size}) : FindsInAnyText({text, extent.size});
+  const std::optional<PackedText> packed = PackTerminated(text, packed_text_);
+  const TextExtent extent = packed ? packed->extent : ExtentOf(text);
+  const std::u16string_view whole(text, extent.size);
+  if (!extent.ascii) return FindsInAnyText(whole);
+  if (!packed) return FindsInAscii(whole);
+  return FindsInAscii(whole,
+                      [&](const Word& word, size_t from) { return word.filter.NextInPacked(packed->units, from); });
 }
 
 bool WordSearch::FindsInAscii(std::u16string_view text) {
-  return std::all_of(words_.begin(), words_.end(), [&](const Word& word) { return IsInAscii(word, text); });
+  return FindsInAscii(text, [text](const Word& word, size_t from) { return word.filter.NextInAscii(text, from); });
 }
 
-bool WordSearch::IsInAscii(const Word& word, std::u16string_view text) const {
+// next_of is where the word may begin next.
+template <typename NextOf>
+bool WordSearch::FindsInAscii(std::u16string_view text, NextOf next_of) const {
+  return std::all_of(words_.begin(), words_.end(), [&](const Word& word) { return IsInAscii(word, text, next_of); });
+}
+
+template <typename NextOf>
+bool WordSearch::IsInAscii(const Word& word, std::u16string_view text, NextOf next_of) const {
   if (!word.ascii || !ascii_rules_.IsInWords(word.folded[0])) return false;
-  for (size_t start = 0; (start = word.filter.NextInAscii(text, start)) != WordFilter::kNowhere; ++start) {
+  for (size_t start = 0; (start = next_of(word, start)) != WordFilter::kNowhere; ++start) {
     if (ascii_rules_.IsBoundary(text, start) && StandsInAscii(word, text, start)) return true;
   }
   return false;

@@ -8,6 +8,7 @@
 //      text's.
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,7 +47,10 @@ class WordSearch {
     size_t folded = 0;
   };
 
-  bool IsInAscii(const Word& word, std::u16string_view text) const;
+  template <typename NextOf>
+  bool FindsInAscii(std::u16string_view text, NextOf next_of) const;
+  template <typename NextOf>
+  bool IsInAscii(const Word& word, std::u16string_view text, NextOf next_of) const;
   bool IsInText(const Word& word, std::u16string_view text);
 
   // True when the word stands at start and has no boundary inside. The text is plain ASCII.
@@ -71,7 +75,8 @@ class WordSearch {
   BreakIterator iterator_;
   bool iterator_has_text_ = false;
   std::u16string folded_text_;  // the text that is searched; kept from text to text for its memory
-  bool unit_by_unit_ = false;   // places in the text and in its folding are the same
+  std::array<char, 4096> packed_text_;
+  bool unit_by_unit_ = false;  // places in the text and in its folding are the same
 };
 
 }  // namespace wordbreaker

@@ -8,6 +8,7 @@
 #include <new>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "slow_search.h"
 #include "text_folding.h"
@@ -67,6 +68,34 @@ TEST(UnitScan, OneUnitOutsideAsciiIsSeenWhereverItStands) {
   }
 }
 
+// In rooms of every size: what is packed is the whole text, or nothing is.
+TEST(UnitScan, ATextIsPackedAsOftenAsTheRoomIsLargeEnough) {
+  size_t packed_texts = 0;
+  for (size_t skipped = 0; skipped < 32; ++skipped) {
+    for (size_t size = 0; size < kLongest; ++size) {
+      const AlignedUnits units(skipped + size + 1);
+      for (size_t i = 0; i < size; ++i) units.get()[skipped + i] = static_cast<char16_t>(u'!' + (i * 7 + size) % 94);
+      for (const size_t room_size : {size_t{0}, size_t{31}, size_t{32}, size, size + 32, size + 64}) {
+        std::vector<char> room(room_size);
+        const auto packed = wordbreaker::PackTerminated(units.get() + skipped, room);
+        if (!packed) {
+          ASSERT_LT(room_size, size + 64) << size << " units, " << skipped << " in front";
+          continue;
+        }
+        ++packed_texts;
+        ASSERT_EQ(packed->extent.size, size);
+        ASSERT_TRUE(packed->extent.ascii);
+        ASSERT_EQ(packed->units.size(), size);
+        for (size_t i = 0; i < size; ++i)
+          ASSERT_EQ(packed->units[i], static_cast<char>(units.get()[skipped + i] | 0x20));
+      }
+    }
+  }
+#if defined(__SSE2__)
+  EXPECT_GT(packed_texts, 32u * kLongest);
+#endif
+}
+
 TEST(UnitScan, ABlocksAsciiIsFoldedAndItsOtherUnitsAreNamed) {
   for (char16_t unit :
        {u'\0', u'@', u'A', u'Z', u'[', u'`', u'z', u'\x7F', u'\u0080', u'\u0141', u'\x8041', u'\xFFFF'}) {
@@ -97,9 +126,14 @@ void ExpectNoPlaceIsMissed(std::u16string_view word, std::u16string_view text, b
   const WordFilter filter(word);
   std::u16string folded(text);
   if (ascii) std::transform(text.begin(), text.end(), folded.begin(), FoldAscii);
+  std::string packed;
+  for (const char16_t unit : text) packed += static_cast<char>(unit | 0x20);
   size_t from = 0;
   for (;;) {
     const size_t next = ascii ? filter.NextInAscii(text, from) : filter.NextInFolded(text, from);
+    if (ascii) {
+      ASSERT_EQ(filter.NextInPacked(packed, from), next) << Shown(word) << " in " << Shown(text);
+    }
     ASSERT_GE(std::u16string_view(folded).find(word, from), next) << Shown(word) << " in " << Shown(text);
     if (next == WordFilter::kNowhere) return;
     ASSERT_GE(next, from) << Shown(word) << " in " << Shown(text);
