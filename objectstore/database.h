@@ -58,6 +58,13 @@ class Database {
   SortOrder* OrderOn(CEPROPID property);
   bool SortsOn(CEPROPID property) const;
 
+  // Where to make a new record. Null, for an allocation of its own, once most of the arena's records have gone.
+  RecordArena* ArenaForNew() {
+    constexpr uint64_t kSmall = 64 * 1024;
+    constexpr uint64_t kMuch = 4;  // that a small record takes more than what it counts for
+    return arena_.bytes() <= kSmall + kMuch * head_.description.record_bytes ? &arena_ : nullptr;
+  }
+
   // Writes a record under a new identifier, or in the place of an older state of it.
   Status PutRecord(RecordRef record);
   void RemoveRecord(CEOID oid);
@@ -113,7 +120,7 @@ class Database {
 
   CEOID oid_;
   DatabaseHead head_;
-  RecordArena arena_;  // of the records that were loaded; they go before it does
+  RecordArena arena_;  // of the records that were loaded or came in great number; they go before it does
   std::vector<RecordRef> records_;
   std::vector<SortOrder> orders_;
   std::vector<OpenDatabase*> handles_;

@@ -35,8 +35,8 @@ class OpenDatabase {
   // has not moved.
   Status Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index);
 
-  // The usual seeks, by position and on to the next of equal numbers, as long as they only have to look: the identifier
-  // that Seek finds. 0 when it takes more than that, or when there is no such record; nothing has changed then.
+  // The usual seeks, by position, on to the next of equal numbers, and by identifier, as long as they only have to look:
+  // the identifier that Seek finds. 0 when it takes more than that, or when there is no such record; nothing has changed then.
   CEOID SeekAtOnce(DWORD type, DWORD_PTR value, DWORD* index) {
     size_t position = static_cast<uint32_t>(value);
     const Record* record = nullptr;
@@ -47,6 +47,9 @@ class OpenDatabase {
     } else if (type == CEDB_SEEK_VALUENEXTEQUAL) {
       position = position_ + 1;
       record = NextEqualAtOnce(reinterpret_cast<const CEPROPVAL*>(value));
+    } else if (type == CEDB_SEEK_CEOID && database_.loaded() && IsSettled()) {
+      record = database_.Find(static_cast<CEOID>(value));
+      if (record != nullptr) position = PositionOf(*record);
     }
     if (record == nullptr) return 0;
     MoveToRecord(*record, position);

@@ -8,16 +8,18 @@
 namespace objectstore {
 
 void* RecordArena::Allocate(size_t bytes) {
-  constexpr size_t kChunkBytes = 256 * 1024;
+  constexpr size_t kSmallestChunk = 4 * 1024;
+  constexpr size_t kLargestChunk = 256 * 1024;
   constexpr size_t kAlignment = alignof(Record);
   bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
   if (bytes > left_) {
-    const size_t chunk = std::max(bytes, kChunkBytes);
+    const size_t chunk = std::max(bytes, std::clamp(bytes_, kSmallestChunk, kLargestChunk));
     chunks_.push_back(std::unique_ptr<std::byte[]>(new std::byte[chunk]));
     next_ = chunks_.back().get();
     left_ = chunk;
   }
   left_ -= bytes;
+  bytes_ += bytes;
   return std::exchange(next_, next_ + bytes);
 }
 
@@ -25,6 +27,7 @@ void RecordArena::Swap(RecordArena& other) {
   chunks_.swap(other.chunks_);
   std::swap(next_, other.next_);
   std::swap(left_, other.left_);
+  std::swap(bytes_, other.bytes_);
 }
 
 Record::Form Record::FormOf(const Value& value) {

@@ -31,10 +31,14 @@ class RecordArena {
   void* Allocate(size_t bytes);
   void Swap(RecordArena& other);
 
+  // That have ever been asked of it.
+  size_t bytes() const { return bytes_; }
+
  private:
   std::vector<std::unique_ptr<std::byte[]>> chunks_;
   std::byte* next_ = nullptr;
   size_t left_ = 0;
+  size_t bytes_ = 0;
 };
 
 class Record {
@@ -53,6 +57,7 @@ class Record {
     constexpr size_t kUsualBytes = 768;
     constexpr size_t kLineBytes = 64;
     const auto* const begin = reinterpret_cast<const std::byte*>(this);
+#pragma GCC unroll 12
     for (size_t offset = 0; offset < kUsualBytes; offset += kLineBytes) __builtin_prefetch(begin + offset);
   }
 

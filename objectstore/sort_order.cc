@@ -18,9 +18,9 @@ constexpr uint64_t kSignBit = uint64_t{1} << 63;
 constexpr size_t kLeadBytes = sizeof(SortKey::lead);
 
 uint64_t BigEndian64(const uint8_t* bytes) {
-  uint64_t number = 0;
-  for (size_t i = 0; i < sizeof number; ++i) number = number << 8 | bytes[i];
-  return number;
+  uint64_t number;
+  std::memcpy(&number, bytes, sizeof number);
+  return std::endian::native == std::endian::little ? __builtin_bswap64(number) : number;
 }
 
 uint64_t OrderedSigned(int64_t number) { return static_cast<uint64_t>(number) ^ kSignBit; }

@@ -67,7 +67,8 @@ Status WriteRecord(OpenDatabase& handle, CEOID& oid, std::span<const CEPROPVAL> 
   if (counted_bytes > CEDB_MAXRECORDSIZE) return Status::kInvalidParameter;
   CEOID identifier = oid;
   if (identifier == 0) STORE_TRY(handle.volume().NextIdentifier(identifier));
-  STORE_TRY(database.PutRecord(Record::Create(identifier, merged, counted_bytes)));
+  RecordArena* const arena = oid == 0 ? database.ArenaForNew() : nullptr;
+  STORE_TRY(database.PutRecord(Record::Create(identifier, merged, counted_bytes, arena)));
   if (oid == 0) handle.volume().UseIdentifier();
   oid = identifier;
   return Status::kOk;
