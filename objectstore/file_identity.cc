@@ -86,6 +86,16 @@ Status LockAsMount(int file, LockKind kind) {
   return errno == EACCES || errno == EAGAIN ? Status::kSharingViolation : StatusOfErrno(errno);
 }
 
+Status WriteAt(int file, std::span<const uint8_t> bytes, off_t offset) {
+  while (!bytes.empty()) {
+    const ssize_t count = Uninterrupted([&] { return pwrite(file, bytes.data(), bytes.size(), offset); });
+    if (count <= 0) return count < 0 ? StatusOfErrno(errno) : Status::kDiskFull;
+    bytes = bytes.subspan(static_cast<size_t>(count));
+    offset += count;
+  }
+  return Status::kOk;
+}
+
 Status SyncDirectory(const std::string& directory) {
   const FileDescriptor opened(
       Uninterrupted([&] { return open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));

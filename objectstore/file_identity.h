@@ -1,7 +1,10 @@
 // Files as the operating system tells them apart, and the path under which SQLite gets to see one.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cerrno>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -47,6 +50,9 @@ auto Uninterrupted(Call call) {
 // is in the way.
 enum class LockKind { kShared, kAlone };
 Status LockAsMount(int file, LockKind kind);
+
+// All of the bytes, or the reason why not.
+Status WriteAt(int file, std::span<const uint8_t> bytes, off_t offset);
 
 // Makes the directory's entries durable.
 Status SyncDirectory(const std::string& directory);

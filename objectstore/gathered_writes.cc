@@ -16,6 +16,8 @@ constexpr int kRoomBytes = 1 << 16;
 GatheredWrites::GatheredWrites() : bytes_(new uint8_t[kRoomBytes]) {}
 
 void GatheredWrites::Begin(sqlite3_file* file) {
+  count_ = 0;
+  failure_ = SQLITE_OK;
   real_ = file->pMethods;
   methods_ = {*real_, this};
   methods_.io.xClose = Close;

@@ -19,7 +19,7 @@ class GatheredWrites {
   GatheredWrites(const GatheredWrites&) = delete;
   GatheredWrites& operator=(const GatheredWrites&) = delete;
 
-  // From now on, until SQLite closes the file. This object must live longer.
+  // From now on, until SQLite closes the file. This object must live longer, and take no other before.
   void Begin(sqlite3_file* file);
 
  private:

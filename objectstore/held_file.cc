@@ -1,6 +1,7 @@
 // See held_file.h.
 #include "held_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -64,6 +65,27 @@ void HeldFile::LendLock(sqlite3* connection) {
     return SQLITE_OK;
   };
   lent->pMethods = &lent_methods_;
+}
+
+// SQLite's files take pages: of a piece of more than 128 KiB they write the length's lower bits only.
+Status HeldFile::Write(std::span<const uint8_t> bytes, uint64_t offset) const {
+  constexpr size_t kPieceBytes = size_t{64} << 10;
+  while (!bytes.empty()) {
+    const auto piece = bytes.first(std::min(kPieceBytes, bytes.size()));
+    STORE_TRY(StatusOfSqlite(file_->pMethods->xWrite(file_.get(), piece.data(), static_cast<int>(piece.size()),
+                                                     static_cast<sqlite3_int64>(offset))));
+    bytes = bytes.subspan(piece.size());
+    offset += piece.size();
+  }
+  return Status::kOk;
+}
+
+Status HeldFile::Sync() const {
+  return StatusOfSqlite(file_->pMethods->xSync(file_.get(), SQLITE_SYNC_NORMAL | SQLITE_SYNC_DATAONLY));
+}
+
+Status HeldFile::Truncate(uint64_t bytes) const {
+  return StatusOfSqlite(file_->pMethods->xTruncate(file_.get(), static_cast<sqlite3_int64>(bytes)));
 }
 
 void HeldFile::Abandon() {

@@ -8,7 +8,9 @@
 
 #include <sqlite3.h>
 
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "status.h"
@@ -36,6 +38,11 @@ class HeldFile {
 
   // The connection's file has the lock from now on. This object must live longer.
   void LendLock(sqlite3* connection);
+
+  // With the lock. All of the bytes, or the reason why not.
+  Status Write(std::span<const uint8_t> bytes, uint64_t offset) const;
+  Status Sync() const;
+  Status Truncate(uint64_t bytes) const;
 
   sqlite3_file* file() const { return file_.get(); }
 

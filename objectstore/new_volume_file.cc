@@ -9,12 +9,9 @@
 
 #include <algorithm>
 #include <memory>
-#include <vector>
 
-#include "database_body.h"
-#include "sqlite_statement.h"
+#include "first_flush.h"
 #include "volume_file.h"
-#include "volume_schema.h"
 
 namespace objectstore {
 
@@ -33,42 +30,8 @@ class FileUnderConstruction {
   std::string path_;
 };
 
-struct FreeBySqlite {
-  void operator()(void* memory) const { sqlite3_free(memory); }
-};
-
-Status FillEmptyVolume(sqlite3* connection) {
-  STORE_TRY(Execute(connection, sql::kSetPageSize));
-  STORE_TRY(Execute(connection, sql::kSetApplicationId));
-  STORE_TRY(Execute(connection, sql::kSetFormatVersion));
-  for (const SchemaRow& table : kSchema) STORE_TRY(Execute(connection, table.sql));
-  Statement put;
-  STORE_TRY(put.Prepare(connection, sql::kPutVolume));
-  BodyWriter writer;
-  return StatementUse(put).Bind(0, kVolumeRowKey).Bind(1, EncodeVolumeHead(VolumeHead(), writer)).Run();
-}
-
-// The bytes of an empty volume, put together in memory.
-Status MakeEmptyVolume(std::vector<uint8_t>& bytes) {
-  sqlite3* opened = nullptr;
-  const int result = sqlite3_open_v2(":memory:", &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-  const Connection connection(opened);
-  STORE_TRY(StatusOfSqlite(result));
-  STORE_TRY(FillEmptyVolume(opened));
-  sqlite3_int64 size = 0;
-  const std::unique_ptr<unsigned char, FreeBySqlite> image(sqlite3_serialize(opened, "main", &size, 0));
-  if (image == nullptr) return Status::kNotEnoughMemory;
-  bytes.assign(image.get(), image.get() + size);
-  bytes[18] = bytes[19] = 2;  // read and written through a write-ahead log, which memory does not have
-  return Status::kOk;
-}
-
-Status WriteAll(int file, const std::vector<uint8_t>& bytes) {
-  for (size_t written = 0; written < bytes.size();) {
-    const ssize_t count = Uninterrupted([&] { return write(file, bytes.data() + written, bytes.size() - written); });
-    if (count <= 0) return count < 0 ? StatusOfErrno(errno) : Status::kDiskFull;
-    written += static_cast<size_t>(count);
-  }
+Status WriteAndSync(int file, const EmptyVolume& pages) {
+  STORE_TRY(WriteAt(file, {pages.front().data(), sizeof pages}, 0));
   return Uninterrupted([&] { return fsync(file); }) == 0 ? Status::kOk : StatusOfErrno(errno);
 }
 
@@ -143,14 +106,14 @@ NewFile::~NewFile() {
 }
 
 Status CreateVolumeFile(const FilePath& path, Existing existing, NewFile& new_file) {
-  std::vector<uint8_t> bytes;
-  STORE_TRY(MakeEmptyVolume(bytes));
+  const auto pages = std::make_unique<EmptyVolume>();
+  STORE_TRY(MakeEmptyVolume(*pages));
   const FileUnderConstruction made(path.full + ".new-" + std::to_string(getpid()));
   unlink(made.path());  // a process of this number that came to a sudden end may have left one
   constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
   const FileDescriptor file(Uninterrupted([&] { return open(made.path(), kFlags, 0600); }));
   if (!file.valid()) return StatusOfErrno(errno);
-  STORE_TRY(WriteAll(file.number(), bytes));
+  STORE_TRY(WriteAndSync(file.number(), *pages));
   return existing == Existing::kReplace ? PublishInPlace(made, path) : PublishNew(made.path(), path, new_file);
 }
 

@@ -45,7 +45,9 @@ Status RepairPlan::Fill(const FilePath& path) const {
   FileIdentity identity;
   STORE_TRY(Identify(path, kind, identity));
   std::unique_ptr<Volume> volume;
-  STORE_TRY(Volume::Mount(path, identity, true, 1, volume));
+  // Its identifiers are those of another volume: their order is not that in which a new one's are written.
+  constexpr bool kIsNew = false;
+  STORE_TRY(Volume::Mount(path, identity, kIsNew, 1, volume));
   for (const auto& [oid, database] : databases_) {
     STORE_TRY(volume->RestoreDatabase(oid, database.description, database.records));
   }

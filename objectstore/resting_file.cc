@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "page_format.h"
 #include "sqlite_statement.h"
 #include "table_page.h"
 #include "volume_header.h"
@@ -39,6 +40,10 @@ Status RestingFile::Begin() {
   static_assert(sizeof first_pages_ == (1 + std::size(kSchema)) * kPageBytes);
   const int result = file_->pMethods->xRead(file_, first_pages_.data(), sizeof first_pages_, 0);
   return result == SQLITE_IOERR_SHORT_READ ? Status::kCorrupt : StatusOfSqlite(result);
+}
+
+void RestingFile::Renew(std::span<const Page> first_pages) {
+  std::copy(first_pages.begin(), first_pages.end(), first_pages_.begin());
 }
 
 Status RestingFile::Read(uint32_t number, Page& page) const {

@@ -1,4 +1,5 @@
-// A volume's file at rest, read page by page without SQLite: no log stands beside it, so its pages are all that counts.
+// A volume's file at rest, read page by page without SQLite: its pages are all that counts. Beside it stands no log, or
+// that of the first flush of a new volume, which holds some of the first pages (see first_flush.h).
 //
 // (R1) Nobody else has the file: SQLite's lock on it is held, through SQLite's own file, until that is closed.
 // (R2) The first page is what SQLite makes of a volume's. Any other page is believed as far as it has been checked.
@@ -28,6 +29,10 @@ class RestingFile {
   // file does not hold them.
   Status Begin();
   const Page& first_page() const { return first_pages_[0]; }
+  std::span<const Page> first_pages() const { return first_pages_; }
+
+  // The first pages as they are from now on.
+  void Renew(std::span<const Page> first_pages);
 
   // Calls the sink for each row of a table whose key lies in the range, in the order in which the pages have them, and
   // stops at its first failure. The sink has to refuse a key that does not ascend or is below the range: this is also

@@ -4,35 +4,14 @@
 #include <algorithm>
 #include <iterator>
 
+#include "page_format.h"
 #include "volume_header.h"
 
 namespace objectstore {
 
 namespace {
 
-constexpr uint8_t kInteriorPage = 0x05;
-constexpr uint8_t kLeafPage = 0x0D;
-constexpr uint32_t kLeafHeaderBytes = 8;
-constexpr uint32_t kInteriorHeaderBytes = 12;
-constexpr uint32_t kCellCountPlace = 3;
-constexpr uint32_t kRightChildPlace = 8;
-constexpr uint32_t kFirstFreePlace = 1;
-constexpr uint32_t kContentPlace = 5;
-constexpr uint32_t kFragmentsPlace = 7;
 constexpr uint32_t kSmallestCellBytes = 4;
-
-// A row of more bytes is none of a volume's.
-constexpr uint64_t kLargestPayload = 1 << 20;
-
-// How much of a payload stays on its page, by SQLite's rule for leaves of tables.
-constexpr uint32_t kMostLocal = kPageBytes - 35;
-constexpr uint32_t kLeastLocal = (kPageBytes - 12) * 32 / 255 - 23;
-
-constexpr uint32_t LocalBytes(uint32_t payload) {
-  if (payload <= kMostLocal) return payload;
-  const uint32_t fitting = kLeastLocal + (payload - kLeastLocal) % kBytesOfFurtherPage;
-  return fitting <= kMostLocal ? fitting : kLeastLocal;
-}
 
 // Numbers of one to nine bytes, seven bits in each, all eight in the ninth. False at the page's end.
 bool GetVariable(const Page& page, uint32_t& place, uint64_t& number) {

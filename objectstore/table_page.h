@@ -26,9 +26,6 @@ struct ChildCell {
 std::optional<ChildCell> ChildCellOfPage(const Page& page, uint32_t index);
 uint32_t LastChildOfPage(const Page& page);
 
-// Bytes of a body on each page that it goes on in, behind the number of the next one.
-inline constexpr uint32_t kBytesOfFurtherPage = kPageBytes - 4;
-
 // The places of a sound page's cells, in the order of their keys; places that cannot be are left out and counted.
 struct Cells {
   std::vector<uint32_t> places;

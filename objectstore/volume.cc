@@ -44,7 +44,7 @@ Status Volume::Mount(const FilePath& path, const FileIdentity& identity, bool is
   volume->sequence_ = sequence;
   STORE_TRY(VolumeFile::Open(path, identity, volume->file_));
   STORE_TRY(volume->LoadCatalogue());
-  if (is_new) volume->file_->MarkNew();
+  if (is_new) STORE_TRY(volume->file_->MarkNew());
   mounted = std::move(volume);
   return Status::kOk;
 }

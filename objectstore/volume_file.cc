@@ -1,4 +1,4 @@
-// See volume_file.h; opening is in volume_file_open.cc.
+// See volume_file.h; opening is in volume_file_open.cc, what is particular to a new volume in volume_file_new.cc.
 #include "volume_file.h"
 
 #include <fcntl.h>
@@ -45,6 +45,7 @@ VolumeFile::~VolumeFile() {
     for (auto& statement : statements_) static_cast<void>(statement.release());
     static_cast<void>(connection_.release());
     held_.Abandon();
+    static_cast<void>(first_flush_.release());
     return;
   }
   for (auto& statement : statements_) statement.reset();
@@ -87,6 +88,7 @@ Status VolumeFile::ForEachSqlRow(Table table, int64_t first, int64_t last, const
 Status VolumeFile::Begin() {
   if (!IsOfThisProcess()) return Status::kSharingViolation;
   STORE_TRY(CheckStillThere());
+  if (is_empty_) return BeginFirstFlush();
   STORE_TRY(EndRest());
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(kRollback, statement));  // there when it is needed, however short memory is by then
@@ -100,18 +102,21 @@ Status VolumeFile::Begin() {
 }
 
 Status VolumeFile::Put(Table table, int64_t key, std::span<const uint8_t> body) {
+  if (InFirstFlush()) return first_flush_->Put(table, key, body);
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(QueryOf(kPut, table), statement));
   return StatementUse(*statement).Bind(0, key).Bind(1, body).Run();
 }
 
 Status VolumeFile::Delete(Table table, int64_t first, int64_t last) {
+  if (InFirstFlush()) return Status::kOk;  // there is nothing to delete
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(QueryOf(kDelete, table), statement));
   return StatementUse(*statement).Bind(0, first).Bind(1, last).Run();
 }
 
 Status VolumeFile::Commit() {
+  if (InFirstFlush()) return EndFirstFlush();
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(kCommit, statement));
   STORE_TRY(StatementUse(*statement).Run());
@@ -121,6 +126,7 @@ Status VolumeFile::Commit() {
 
 // There may be no connection yet, or SQLite may have rolled back by itself; then there is nothing to do.
 void VolumeFile::Rollback() {
+  if (InFirstFlush()) first_flush_.reset();
   if (resting_) return;
   if (sqlite3_get_autocommit(connection_.get()) == 0) static_cast<void>(StatementUse(*statements_[kRollback]).Run());
 }
@@ -167,7 +173,7 @@ Status VolumeFile::Settle() {
   const Status there = CheckStillThere();
   STORE_TRY(there == Status::kCorrupt ? there : Status::kOk);
   if (there != Status::kOk) return Status::kOk;  // the names beside it may belong to another file by now
-  if (resting_) return Status::kOk;              // and there is nothing that SQLite would leave
+  if (resting_) return SettleAtRest();
   STORE_TRY(TakeUpLog());
   STORE_TRY(StatusOfSqlite(sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr)));
   settled_ = true;

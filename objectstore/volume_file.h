@@ -10,6 +10,8 @@
 // (F5) Before the first flush of a mount, a log that the mount found is taken up and begun anew: behind its end it may hold
 //      shreds of a flush that never was, and a second power cut could complete them with sectors of the new one.
 // (F6) A file at rest is read without a connection of SQLite's up to the first flush; the lock is SQLite's all the same.
+// (F7) Nor is there one for the first flush of a volume that this mount has made, and for the end of a mount that makes no
+//      other.
 #pragma once
 
 #include <sys/types.h>
@@ -22,14 +24,13 @@
 #include <string>
 
 #include "file_identity.h"
+#include "first_flush.h"
 #include "gathered_writes.h"
 #include "held_file.h"
 #include "resting_file.h"
 #include "sqlite_statement.h"
 
 namespace objectstore {
-
-enum class Table { kVolume, kDatabase, kRecord, kPacked };
 
 class VolumeFile {
  public:
@@ -38,8 +39,9 @@ class VolumeFile {
   // The file must be the one of the given identity.
   static Status Open(const FilePath& path, const FileIdentity& identity, std::unique_ptr<VolumeFile>& opened);
 
-  // A new file's directory entry is made durable before the first flush is reported.
-  void MarkNew() { directory_synced_ = false; }
+  // Of a file that this mount has made, before anything is written to it. Its directory entry is made durable before the
+  // first flush is reported.
+  Status MarkNew();
 
   VolumeFile(const VolumeFile&) = delete;
   VolumeFile& operator=(const VolumeFile&) = delete;
@@ -76,11 +78,29 @@ class VolumeFile {
   Status CheckNeighbours();
   Status TakeLock();
   Status LookWhetherItRests();
+  Status KeepDescriptorForLog();
+  void GiveUpDescriptorForLog();
   Status OpenConnection();
   Status Connect();
   Status CheckSchema();
   Status GatherLogWrites();
+  Status CheckHasNoLog() const;
   Status EndRest();
+  class ConnectionAttempt {  // takes the connection away, unless it has ended the rest
+   public:
+    explicit ConnectionAttempt(VolumeFile& file) : file_(file) {}
+    ConnectionAttempt(const ConnectionAttempt&) = delete;
+    ConnectionAttempt& operator=(const ConnectionAttempt&) = delete;
+    ~ConnectionAttempt();
+
+   private:
+    VolumeFile& file_;
+  };
+  bool InFirstFlush() const { return is_empty_ && first_flush_ != nullptr; }
+  Status BeginFirstFlush();
+  Status EndFirstFlush();
+  Status CheckSeesFirstFlush();
+  Status SettleAtRest();
   Status ReasonOf(Status status) const;
   Status ForEachSqlRow(Table table, int64_t first, int64_t last, const RowSink& sink);
   Status CheckStillThere() const;
@@ -116,7 +136,9 @@ class VolumeFile {
   HeldFile held_;
   GatheredWrites log_writes_;
   Connection connection_;
-  std::optional<RestingFile> resting_;  // until SQLite has looked at the file
+  std::optional<RestingFile> resting_;       // until SQLite has looked at the file
+  bool is_empty_ = false;                    // a new volume, to which nothing was flushed
+  std::unique_ptr<FirstFlush> first_flush_;  // that is under way, or whose log has not been taken up
   FileDescriptor descriptor_for_log_{-1};
   std::array<std::unique_ptr<Statement>, kQueryCount> statements_;
 };

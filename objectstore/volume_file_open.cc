@@ -8,6 +8,7 @@
 #include <span>
 
 #include "first_page.h"
+#include "log_format.h"
 #include "schema_check.h"
 #include "volume_file.h"
 #include "volume_header.h"
@@ -18,12 +19,6 @@ namespace objectstore {
 namespace {
 
 constexpr off_t kLargestFileBytes = off_t{64} << 30;
-
-// One frame of SQLite's write-ahead log, and the log's header before the first.
-constexpr size_t kLogHeaderBytes = 32;
-constexpr size_t kFrameHeaderBytes = 24;
-constexpr off_t kFrameBytes = kFrameHeaderBytes + kPageBytes;
-constexpr uint32_t kLogMagic = 0x377F0682;  // the lowest bit tells the byte order of checksums
 
 // Fills bytes from a place in a file; count says how many it has there.
 Status ReadAt(int file, off_t start, std::span<uint8_t> bytes, size_t& count) {
@@ -173,14 +168,24 @@ Status VolumeFile::LookWhetherItRests() {
     resting_.reset();
     return read == Status::kCorrupt ? Status::kOk : read;
   }
+  STORE_TRY(KeepDescriptorForLog());
+  STORE_TRY(held_.KeepDescriptor());
+  format_version_ = FormatVersionOf(file.first_page().data());
+  return Status::kOk;
+}
+
+Status VolumeFile::KeepDescriptorForLog() {
   constexpr int kFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
   FileDescriptor folder(Uninterrupted([this] { return open(path_.directory.c_str(), kFlags); }));
   if (!folder.valid()) return StatusOfErrno(errno);
   if (faccessat(folder.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) return StatusOfErrno(errno);
-  STORE_TRY(held_.KeepDescriptor());
   descriptor_for_log_.Swap(folder);
-  format_version_ = FormatVersionOf(file.first_page().data());
   return Status::kOk;
+}
+
+void VolumeFile::GiveUpDescriptorForLog() {
+  FileDescriptor given_up(-1);
+  descriptor_for_log_.Swap(given_up);
 }
 
 Status VolumeFile::OpenConnection() {
@@ -213,27 +218,34 @@ Status VolumeFile::Connect() {
   return Status::kOk;
 }
 
-// Before the first flush. The first page has been looked at; since the lock is ours and no log was there, SQLite meets no
-// other. What it left of an attempt that failed is an empty log.
+// What SQLite left of an attempt that failed is an empty log.
+Status VolumeFile::CheckHasNoLog() const {
+  struct stat found;
+  if (lstat(side_file_.c_str(), &found) != 0) return errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
+  return S_ISREG(found.st_mode) && found.st_size == 0 ? Status::kOk : Status::kCorrupt;
+}
+
+// Before the first flush through SQLite. The first page has been looked at; since the lock is ours and no log was there,
+// or one that we have written, SQLite meets no other.
 Status VolumeFile::EndRest() {
   if (!resting_) return Status::kOk;
-  struct stat found;
-  const bool has_log = lstat(side_file_.c_str(), &found) == 0;
-  if (!has_log && errno != ENOENT) return StatusOfErrno(errno);
-  if (has_log && (!S_ISREG(found.st_mode) || found.st_size != 0)) return Status::kCorrupt;
-  {
-    FileDescriptor given_up(-1);
-    descriptor_for_log_.Swap(given_up);
-  }
+  GiveUpDescriptorForLog();
+  STORE_TRY(first_flush_ != nullptr ? first_flush_->CheckLog() : CheckHasNoLog());
+  const ConnectionAttempt attempt(*this);
   Status status = Connect();
+  if (status == Status::kOk && first_flush_ != nullptr) status = CheckSeesFirstFlush();
   if (status == Status::kOk) status = GatherLogWrites();
-  if (status == Status::kOk) {
-    resting_.reset();
-  } else {
-    status = ReasonOf(status);
-    connection_.reset();
-  }
-  return status;
+  if (status != Status::kOk) return ReasonOf(status);
+  resting_.reset();
+  first_flush_.reset();
+  return Status::kOk;
+}
+
+// Also when memory runs out.
+VolumeFile::ConnectionAttempt::~ConnectionAttempt() {
+  if (!file_.resting_) return;
+  for (auto& statement : file_.statements_) statement.reset();
+  file_.connection_.reset();
 }
 
 // That SQLite could not open a file is all that it says; the system has told it why.

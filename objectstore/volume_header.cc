@@ -28,7 +28,6 @@ bool IsVolumeHeader(const uint8_t* header) {
       {88, 0},  // for expansion
   };
   constexpr char kMagic[] = "SQLite format 3";
-  constexpr uint8_t kWriteAheadLog = 2;
   const uint32_t version = FormatVersionOf(header);
   return version >= kFirstFormatVersion && version <= kFormatVersion &&
          std::memcmp(header, kMagic, sizeof kMagic) == 0 && BigEndian16(header + 16) == kPageBytes &&

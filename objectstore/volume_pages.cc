@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "log_format.h"
 #include "volume_header.h"
 
 namespace objectstore {
@@ -18,10 +19,6 @@ namespace {
 
 constexpr uint64_t kLargestFileBytes = uint64_t{64} << 30;
 constexpr auto kMostPages = static_cast<uint32_t>(kLargestFileBytes / kPageBytes);
-
-constexpr uint64_t kLogHeaderBytes = 32;
-constexpr uint64_t kFrameHeaderBytes = 24;
-constexpr uint64_t kFrameBytes = kFrameHeaderBytes + kPageBytes;
 
 // As many bytes as there are, whatever interrupts the reading; fewer at the end or at a part that cannot be read.
 size_t ReadAt(int file, uint64_t offset, std::span<uint8_t> bytes) {
@@ -34,28 +31,6 @@ size_t ReadAt(int file, uint64_t offset, std::span<uint8_t> bytes) {
   }
   return done;
 }
-
-// The running checksum of a log. Its magic says in which order the bytes of its words count.
-class LogChecksum {
- public:
-  explicit LogChecksum(bool big_endian) : big_endian_(big_endian) {}
-  void Add(std::span<const uint8_t> bytes) {
-    for (size_t i = 0; i + 8 <= bytes.size(); i += 8) {
-      first_ += Word(bytes.data() + i) + second_;
-      second_ += Word(bytes.data() + i + 4) + first_;
-    }
-  }
-  bool Is(const uint8_t* stored) const { return BigEndian32(stored) == first_ && BigEndian32(stored + 4) == second_; }
-
- private:
-  uint32_t Word(const uint8_t* bytes) const {
-    return big_endian_ ? BigEndian32(bytes)
-                       : uint32_t{bytes[3]} << 24 | uint32_t{bytes[2]} << 16 | uint32_t{bytes[1]} << 8 | bytes[0];
-  }
-  bool big_endian_;
-  uint32_t first_ = 0;
-  uint32_t second_ = 0;
-};
 
 Status OpenPlainFile(const std::string& path, FileDescriptor& file, uint64_t& bytes) {
   constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
@@ -91,7 +66,7 @@ void VolumePages::ReadLog() {
   std::array<uint8_t, kLogHeaderBytes> header;
   if (ReadAt(log_.number(), 0, header) != header.size()) return;
   const uint32_t magic = BigEndian32(header.data());
-  if ((magic & ~1u) != 0x377F0682 || BigEndian32(header.data() + 4) != 3007000 ||
+  if ((magic & ~1u) != kLogMagic || BigEndian32(header.data() + 4) != kLogVersion ||
       BigEndian32(header.data() + 8) != kPageBytes) {
     return;
   }

@@ -15,9 +15,7 @@ constexpr uint64_t NumberAtEnd(std::string_view text) {
   return number;
 }
 
-static_assert(NumberAtEnd(sql::kSetApplicationId) == kApplicationId);
 static_assert(NumberAtEnd(sql::kSetFormatVersion) == kFormatVersion);
-static_assert(NumberAtEnd(sql::kSetPageSize) == kPageBytes);
 
 }  // namespace
 

@@ -26,6 +26,8 @@ inline constexpr SchemaRow kSchema[] = {
     {"table", "packed", "packed", 5, "CREATE TABLE packed(key INTEGER PRIMARY KEY, body BLOB NOT NULL)"},
 };
 
+enum class Table { kVolume, kDatabase, kRecord, kPacked };  // places in kSchema
+
 namespace sql {
 
 inline constexpr char kReadSchema[] = "SELECT type, name, tbl_name, rootpage, sql FROM sqlite_schema ORDER BY rowid";
@@ -36,8 +38,6 @@ inline constexpr struct {
 } kHeaderNumbers[] = {{"PRAGMA application_id", kApplicationId}, {"PRAGMA auto_vacuum", 0}};
 inline constexpr char kReadFormatVersion[] = "PRAGMA user_version";
 
-inline constexpr char kSetPageSize[] = "PRAGMA page_size = 4096";
-inline constexpr char kSetApplicationId[] = "PRAGMA application_id = 1481331268";  // kApplicationId in decimal
 inline constexpr char kSetFormatVersion[] = "PRAGMA user_version = 2";
 
 // The lock mode stands first: it must be set before the file is looked at for the first time. What is deleted is zeroed

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,7 @@ struct Recipe {
   std::u16string name = u"Address book";
   std::vector<std::u16string> value_lists = {u"red\ngreen\nblue"};
   bool data_table = true;
+  std::function<MDbStatus(MDbRef*)> content;  // what else goes in before the file is closed for the first time
   bool mark = true;
   uint32_t mark_value = 1;
 };
@@ -97,6 +99,7 @@ inline MDbStatus CreateDatabaseFile(MDbEnv* env, const std::u16string& path, con
   step([&] { return MDbAttrTblCreateEx(env, &ref, &recipe.attrs, recipe.name.c_str()); });
   step([&] { return MDbValListTblCreateEx(env, &ref, lists.data(), count(lists)); });
   if (recipe.data_table) step([&] { return MDbDataTblCreate(env, &ref, nullptr); });
+  if (recipe.content) step([&] { return recipe.content(&ref); });
   if (recipe.mark) step([&] { return MDbWriteChecksome(env, &ref, recipe.mark_value); });
   const MDbStatus closed = MDbClose(env, &ref);
   return status == MDbStatusOk ? closed : status;

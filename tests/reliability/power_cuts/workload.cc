@@ -93,8 +93,17 @@ class Life {
     return u"n" + std::u16string(digits.begin(), digits.end());
   }
 
+  // Often with records: the first flush of a new file is written in another way than all later ones.
   void Create() {
     enginetest::Recipe recipe;
+    recipe.content = [this](MDbRef* ref) {
+      AddAll(ref, Below(2) * Below(80));
+      if (Below(3) == 0) {
+        if (!CeFlushDBVol(&ref->volume)) return MDbStatusFailed;
+        AddAll(ref, Below(2) * Below(20));
+      }
+      return MDbStatusOk;
+    };
     recipe.fields = {
         {MDbFieldText, u"name"}, {MDbFieldText, u"note"}, {MDbFieldNumber, u"count"}, {MDbFieldDate, u"day"}};
     Try("creation", enginetest::CreateDatabaseFile(&env_, path_, recipe));
@@ -113,16 +122,19 @@ class Life {
   // Through a reference of its own: durable when that is closed.
   void Load(size_t records) {
     MDbRef ref;
-    MDbDataTbl table;
     MDbRefInitialize(&ref);
-    MDbDataTblInitialize(&table);
     Try("load's open", MDbOpen(&env_, path_.c_str(), &ref));
-    Try("load's table", MDbDataTblOpen(&env_, &ref, &table, nullptr));
-    Try("load's cache", StartCreationSeqCache(&env_, &ref, &table));
-    for (size_t i = 0; i < records; ++i) Add(&ref, &table);
-    Try("load's counter", EndCreationSeqCache(&env_, &ref, &table));
-    Try("load's table", MDbDataTblClose(&env_, &ref, &table));
+    AddAll(&ref, records);
     Try("load's close", MDbClose(&env_, &ref));
+  }
+  void AddAll(MDbRef* ref, size_t records) {
+    MDbDataTbl table;
+    MDbDataTblInitialize(&table);
+    Try("load's table", MDbDataTblOpen(&env_, ref, &table, nullptr));
+    Try("load's cache", StartCreationSeqCache(&env_, ref, &table));
+    for (size_t i = 0; i < records; ++i) Add(ref, &table);
+    Try("load's counter", EndCreationSeqCache(&env_, ref, &table));
+    Try("load's table", MDbDataTblClose(&env_, ref, &table));
   }
 
   uint32_t Count() {

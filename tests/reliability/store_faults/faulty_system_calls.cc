@@ -45,6 +45,7 @@ int __real_close(int file);
 ssize_t __real_write(int file, const void* bytes, size_t count);
 ssize_t __real_pread(int file, void* bytes, size_t count, off_t offset);
 ssize_t __real_pwrite(int file, const void* bytes, size_t count, off_t offset);
+int __real_ftruncate(int file, off_t bytes);
 int __real_fcntl(int file, int command, void* argument);
 int __real_flock(int file, int operation);
 int __real_fstat(int file, struct stat* found);
@@ -85,7 +86,12 @@ ssize_t __wrap_pwrite(int file, const void* bytes, size_t count, off_t offset) {
   return allowed ? __real_pwrite(file, bytes, *allowed, offset) : -1;
 }
 
+int __wrap_fdatasync(int) { return Refused(Operation::kSync) ? -1 : 0; }
 int __wrap_fsync(int) { return Refused(Operation::kSync) ? -1 : 0; }
+
+int __wrap_ftruncate(int file, off_t bytes) {
+  return Refused(Operation::kTruncate) ? -1 : __real_ftruncate(file, bytes);
+}
 
 int __wrap_fcntl(int file, int command, ...) {
   va_list arguments;
