@@ -88,7 +88,8 @@ Status VolumeFile::ForEachSqlRow(Table table, int64_t first, int64_t last, const
 Status VolumeFile::Begin() {
   if (!IsOfThisProcess()) return Status::kSharingViolation;
   STORE_TRY(CheckStillThere());
-  if (is_empty_) return BeginFirstFlush();
+  if (is_empty_) STORE_TRY(BeginFirstFlush());
+  if (InFirstFlush()) return Status::kOk;
   STORE_TRY(EndRest());
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(kRollback, statement));  // there when it is needed, however short memory is by then

@@ -1,5 +1,8 @@
 // The first flush of a volume that this mount has made, and what follows it (see volume_file.h and first_flush.h).
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <vector>
 
 #include "database_body.h"
@@ -18,7 +21,12 @@ Status VolumeFile::MarkNew() {
   return Status::kOk;
 }
 
+// With something under the log's name there is none of this kind: the rest ends as another's does.
 Status VolumeFile::BeginFirstFlush() {
+  struct stat found;
+  is_empty_ = lstat(side_file_.c_str(), &found) != 0;
+  if (!is_empty_) return Status::kOk;
+  if (errno != ENOENT) return StatusOfErrno(errno);
   first_flush_ = std::make_unique<FirstFlush>(held_, path_.full, side_file_);
   return Status::kOk;
 }

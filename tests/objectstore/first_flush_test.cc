@@ -4,6 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
+
 #include "child_process.h"
 #include "volume_file_fixture.h"
 #include "xkrvolume.h"
@@ -160,6 +162,55 @@ TEST_F(FirstFlush, KeepsOtherProcessesAwayBeforeAndAfter) {
   ASSERT_TRUE(CeFlushDBVol(&guid));
   expect_refused();
   Unmount(guid);
+}
+
+TEST_F(FirstFlush, WithAnotherFileUnderTheLogsNameFailsUnlessThatIsEmpty) {
+  CEOID database = 0;
+  const CEGUID guid = Fill(database);
+  std::ofstream(File("test.vol-wal")) << "not a log";
+  EXPECT_FALSE(CeFlushDBVol(&guid));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_CORRUPT));
+  EXPECT_EQ(fs::file_size(File()), kEmptyBytes);
+  EXPECT_EQ(fs::file_size(File("test.vol-wal")), 9u);
+  EXPECT_FALSE(CeUnmountDBVol(&guid));
+  EXPECT_TRUE(CeUnmountDBVol(&guid));
+
+  const CEGUID other = Fill(database, "other.vol");
+  const auto contents = Contents(other, database);
+  std::ofstream(File("other.vol-wal")).flush();
+  EXPECT_TRUE(CeFlushDBVol(&other));
+  Unmount(other);
+  const CEGUID again = Mount(OPEN_EXISTING, "other.vol");
+  EXPECT_EQ(Contents(again, database), contents);
+  Unmount(again);
+}
+
+// What another process took up is not written once more by the unmount.
+TEST_F(FirstFlush, OfWhichAnotherProcessTookUpTheLogIsLeftToIt) {
+  ProcessSignal go;
+  const pid_t other = StartChildThatDies([&] {
+    go.Wait();
+    const CEGUID guid = Mount(OPEN_EXISTING);
+    Create(guid, u"theirs");
+    Unmount(guid);
+  });
+  CEOID database = 0;
+  const CEGUID guid = Fill(database);
+  ASSERT_TRUE(CeFlushDBVol(&guid));
+  close(open(File().c_str(), O_RDONLY | O_CLOEXEC));
+  go.Send();
+  ExpectChildSucceeds(other);
+  const auto bytes = fs::file_size(File());
+  EXPECT_FALSE(CeUnmountDBVol(&guid));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+  EXPECT_TRUE(CeUnmountDBVol(&guid));
+  EXPECT_EQ(fs::file_size(File()), bytes);
+  const CEGUID again = Mount(OPEN_EXISTING);
+  EXPECT_EQ(Contents(again, database).size(), 300u);
+  const HANDLE find = CeFindFirstDatabaseEx(&again, 0);
+  EXPECT_EQ(CeFindNextDatabaseEx(find, nullptr), database);
+  EXPECT_NE(CeFindNextDatabaseEx(find, nullptr), 0u) << "theirs";
+  Unmount(again);
 }
 
 // Whoever closes a descriptor of the file takes the lock from the whole process.

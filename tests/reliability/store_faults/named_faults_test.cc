@@ -258,7 +258,7 @@ TEST_F(StoreFaults, AFirstFlushThatFailsLeavesAnEmptyVolumeOrAFullOne) {
       {Failure::kDevice, Operation::kOpen},  {Failure::kDevice, Operation::kStatus},
       {Failure::kDevice, Operation::kSize},  {Failure::kDevice, Operation::kRandom}};
   for (const auto& [failure, operation] : kFailures) {
-    for (long at = 0; at < 3; ++at) {
+    for (long at = 0; at < 5; ++at) {
       for (const bool lasting : {false, true}) {
         SCOPED_TRACE(std::string(faults::NameOf(failure)) + " " + faults::NameOf(operation) + std::to_string(at));
         world_ = World();
@@ -294,6 +294,30 @@ TEST_F(StoreFaults, AFirstFlushThatFailsLeavesAnEmptyVolumeOrAFullOne) {
       }
     }
   }
+}
+
+// A file system may show an older log where a new one was growing when the power went.
+TEST_F(StoreFaults, TheLogOfAFirstFlushIsItsHeaderAloneUntilThatIsSynced) {
+  constexpr uint32_t kOperations = faults::BitOf(Operation::kSync) | faults::BitOf(Operation::kDelete);
+  constexpr bool kLasting = true;  // so that the log is not removed
+  ASSERT_TRUE(Do(MountStep(CREATE_NEW)));
+  ASSERT_TRUE(Do(CreateStep(u"people", {{kNumber, 0}})));
+  EXPECT_FALSE(DoWith({Failure::kDevice, 1, kLasting, kOperations}, FlushStep()));
+  EXPECT_EQ(fs::file_size(SideFile()), 32u);
+  EXPECT_FALSE(Do(UnmountStep()));
+  EXPECT_TRUE(Do(UnmountStep()));
+  ASSERT_TRUE(Do(MountStep(OPEN_EXISTING)));
+  EXPECT_EQ(Content(), "");
+}
+
+// Also when the directory was synced before, for the volume's own name.
+TEST_F(StoreFaults, AFirstFlushIsNotCalledDurableBeforeItsLogsNameIs) {
+  ASSERT_TRUE(Do(MountStep(CREATE_NEW)));
+  ASSERT_TRUE(Do(FlushStep()));
+  ASSERT_TRUE(Do(CreateStep(u"people", {{kNumber, 0}})));
+  constexpr long kFileHeaderAndFrames = 3;
+  EXPECT_FALSE(DoWith(At(Failure::kDevice, Operation::kSync, kFileHeaderAndFrames), FlushStep()));
+  EXPECT_FALSE(Do(FlushStep()));
 }
 
 TEST_F(StoreFaults, ACreationThatFailsLeavesNoFile) {
