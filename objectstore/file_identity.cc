@@ -86,6 +86,17 @@ Status LockAsMount(int file, LockKind kind) {
   return errno == EACCES || errno == EAGAIN ? Status::kSharingViolation : StatusOfErrno(errno);
 }
 
+Status ReadAt(int file, off_t start, std::span<uint8_t> bytes, size_t& count) {
+  for (count = 0; count < bytes.size();) {
+    const off_t offset = start + static_cast<off_t>(count);
+    const ssize_t got = Uninterrupted([&] { return pread(file, bytes.data() + count, bytes.size() - count, offset); });
+    if (got < 0) return StatusOfErrno(errno);
+    if (got == 0) break;
+    count += static_cast<size_t>(got);
+  }
+  return Status::kOk;
+}
+
 Status WriteAt(int file, std::span<const uint8_t> bytes, off_t offset) {
   while (!bytes.empty()) {
     const ssize_t count = Uninterrupted([&] { return pwrite(file, bytes.data(), bytes.size(), offset); });

@@ -51,6 +51,9 @@ auto Uninterrupted(Call call) {
 enum class LockKind { kShared, kAlone };
 Status LockAsMount(int file, LockKind kind);
 
+// Fills bytes from a place in a file; count says how many it has there.
+Status ReadAt(int file, off_t start, std::span<uint8_t> bytes, size_t& count);
+
 // All of the bytes, or the reason why not.
 Status WriteAt(int file, std::span<const uint8_t> bytes, off_t offset);
 

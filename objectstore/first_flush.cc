@@ -127,10 +127,11 @@ Status FirstFlush::CheckLog() const {
   struct stat found;
   if (!log.valid() || fstat(log.number(), &found) != 0) return StatusOfErrno(errno);
   std::array<uint8_t, kLogHeaderBytes> header{};
-  const ssize_t count = Uninterrupted([&] { return pread(log.number(), header.data(), header.size(), 0); });
-  if (count < 0) return StatusOfErrno(errno);
-  const bool same = static_cast<uint64_t>(found.st_size) == log_bytes_ && header == log_header_;
-  return same ? Status::kOk : Status::kFileNotFound;
+  size_t count = 0;
+  STORE_TRY(ReadAt(log.number(), 0, header, count));
+  if (static_cast<uint64_t>(found.st_size) != log_bytes_) return Status::kFileNotFound;
+  if (count != header.size()) return Status::kDeviceFailed;
+  return header == log_header_ ? Status::kOk : Status::kFileNotFound;
 }
 
 Status FirstFlush::TakeUpLog() {

@@ -20,19 +20,7 @@ namespace {
 
 constexpr off_t kLargestFileBytes = off_t{64} << 30;
 
-// Fills bytes from a place in a file; count says how many it has there.
-Status ReadAt(int file, off_t start, std::span<uint8_t> bytes, size_t& count) {
-  for (count = 0; count < bytes.size();) {
-    const off_t offset = start + static_cast<off_t>(count);
-    const ssize_t got = Uninterrupted([&] { return pread(file, bytes.data() + count, bytes.size() - count, offset); });
-    if (got < 0) return StatusOfErrno(errno);
-    if (got == 0) break;
-    count += static_cast<size_t>(got);
-  }
-  return Status::kOk;
-}
-
-bool ReadAt(int file, off_t start, std::span<uint8_t> bytes) {
+bool ReadWhole(int file, off_t start, std::span<uint8_t> bytes) {
   size_t count = 0;
   return ReadAt(file, start, bytes, count) == Status::kOk && count == bytes.size();
 }
@@ -41,10 +29,10 @@ bool ReadAt(int file, off_t start, std::span<uint8_t> bytes) {
 // matter; a frame after the last one that counts may hold anything.
 bool LogHoldsVolumeHeader(int file) {
   uint8_t log[kLogHeaderBytes];
-  if (!ReadAt(file, 0, log) || (BigEndian32(log) & ~1u) != kLogMagic || BigEndian32(log + 8) != kPageBytes)
+  if (!ReadWhole(file, 0, log) || (BigEndian32(log) & ~1u) != kLogMagic || BigEndian32(log + 8) != kPageBytes)
     return false;
   uint8_t frame[kFrameHeaderBytes + kHeaderBytes];
-  for (off_t offset = kLogHeaderBytes; ReadAt(file, offset, frame); offset += kFrameBytes) {
+  for (off_t offset = kLogHeaderBytes; ReadWhole(file, offset, frame); offset += kFrameBytes) {
     if (std::memcmp(frame + 8, log + 16, 8) != 0) return false;  // the salts of an older log
     const uint32_t page = BigEndian32(frame);
     if (page == 0) return false;  // room, which may be terabytes that no disk holds
