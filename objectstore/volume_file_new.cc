@@ -21,13 +21,16 @@ Status VolumeFile::MarkNew() {
   return Status::kOk;
 }
 
-// With something under the log's name there is none of this kind: the rest ends as another's does.
+// With something under the log's name, or behind the empty volume's pages, there is none of this kind: the rest ends as
+// another's does.
 Status VolumeFile::BeginFirstFlush() {
   struct stat found;
-  is_empty_ = lstat(side_file_.c_str(), &found) != 0;
-  if (!is_empty_) return Status::kOk;
-  if (errno != ENOENT) return StatusOfErrno(errno);
-  first_flush_ = std::make_unique<FirstFlush>(held_, path_.full, side_file_);
+  const bool has_log = lstat(side_file_.c_str(), &found) == 0;
+  if (!has_log && errno != ENOENT) return StatusOfErrno(errno);
+  sqlite3_int64 bytes = 0;
+  STORE_TRY(StatusOfSqlite(held_.file()->pMethods->xFileSize(held_.file(), &bytes)));
+  is_empty_ = !has_log && static_cast<uint64_t>(bytes) == known_bytes_;
+  if (is_empty_) first_flush_ = std::make_unique<FirstFlush>(held_, path_.full, side_file_);
   return Status::kOk;
 }
 
