@@ -111,10 +111,12 @@ class BlockWriter {
   void AddText(CEPROPID id, const uint8_t* text, size_t units, bool narrow) {
     if (tail_ % alignof(WCHAR) != 0) AlignTail(alignof(WCHAR));
     BYTE* const place = block_ + tail_;
+    // The property first: whoever reads the text's first units at once, together with what stands before them, need not wait
+    // for all of the text to be written.
+    PutPointer(id, reinterpret_cast<WCHAR*>(place));
     CopyUnits(text, units, narrow, place);
     std::memset(place + units * sizeof(WCHAR), 0, sizeof(WCHAR));
     tail_ += (units + 1) * sizeof(WCHAR);
-    PutPointer(id, reinterpret_cast<WCHAR*>(place));
   }
 
   // Anything but a text.

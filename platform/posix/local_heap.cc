@@ -44,7 +44,8 @@ void* BlockOf(void* memory, size_t size, size_t steps) {
   return new (memory) BlockHead{size, steps} + 1;
 }
 
-// Kept blocks are whole steps long, so that there are few lists and each has blocks of one length.
+// Kept blocks are whole steps long, so that there are few lists and each has blocks of one length. A step is a line of the
+// processor's cache and begins like one: nothing that is cleared or copied in large pieces lies across two.
 constexpr size_t kStepBytes = 64;
 constexpr size_t kMostSteps = 64;
 constexpr size_t kMostKeptSteps = 1024;
@@ -94,7 +95,7 @@ void* AllocateSmall(DWORD flags, size_t size) {
   const size_t whole = sizeof(BlockHead) + size;
   const size_t steps = StepsFor(whole);
   void* memory = ProcessHasOneThread() ? TakeKept(steps) : nullptr;
-  if (memory == nullptr) memory = std::malloc(steps * kStepBytes);
+  if (memory == nullptr) memory = std::aligned_alloc(kStepBytes, steps * kStepBytes);
   if (memory != nullptr && (flags & LMEM_ZEROINIT) != 0) ClearSteps(memory, steps);
   void* const block = BlockOf(memory, size, steps);
   if (block != nullptr) ASAN_POISON_MEMORY_REGION(static_cast<char*>(memory) + whole, steps * kStepBytes - whole);
