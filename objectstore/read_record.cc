@@ -30,6 +30,7 @@ Status ReadNeighbours(const Record& record, size_t first, size_t count, const Re
   for (size_t i = first; i < first + count; ++i) bytes = record.BlockBytesBehind(bytes, i);
   BYTE* block = nullptr;
   STORE_TRY(ProvideBuffer(request, bytes, block));
+  if (block == nullptr) return Status::kOk;  // there is nothing to read
   BlockWriter writer(block, count);
   for (size_t i = first; i < first + count; ++i) record.AddTo(writer, i);
   return Status::kOk;
