@@ -27,6 +27,23 @@ class FirstFlush : public VolumeFileTest {
     for (uint32_t i = 0; i < 300; ++i) Write(handle_, 0, i, std::u16string(200, u'x'));
     return guid;
   }
+  // The same, flushed. Then somebody in this process closes a descriptor of the file, which takes the lock from the whole
+  // process, and another process creates a database in the volume.
+  CEGUID FillAndLoseTheFile(CEOID& database) {
+    ProcessSignal go;
+    const pid_t other = StartChildThatDies([&] {
+      go.Wait();
+      const CEGUID theirs = Mount(OPEN_EXISTING);
+      Create(theirs, u"theirs");
+      Unmount(theirs);
+    });
+    const CEGUID guid = Fill(database);
+    EXPECT_TRUE(CeFlushDBVol(&guid));
+    close(open(File().c_str(), O_RDONLY | O_CLOEXEC));
+    go.Send();
+    ExpectChildSucceeds(other);
+    return guid;
+  }
   ino_t Number() const {
     struct stat found = {};
     EXPECT_EQ(stat(File().c_str(), &found), 0);
@@ -187,19 +204,8 @@ TEST_F(FirstFlush, WithAnotherFileUnderTheLogsNameFailsUnlessThatIsEmpty) {
 
 // What another process took up is not written once more by the unmount.
 TEST_F(FirstFlush, OfWhichAnotherProcessTookUpTheLogIsLeftToIt) {
-  ProcessSignal go;
-  const pid_t other = StartChildThatDies([&] {
-    go.Wait();
-    const CEGUID guid = Mount(OPEN_EXISTING);
-    Create(guid, u"theirs");
-    Unmount(guid);
-  });
   CEOID database = 0;
-  const CEGUID guid = Fill(database);
-  ASSERT_TRUE(CeFlushDBVol(&guid));
-  close(open(File().c_str(), O_RDONLY | O_CLOEXEC));
-  go.Send();
-  ExpectChildSucceeds(other);
+  const CEGUID guid = FillAndLoseTheFile(database);
   const auto bytes = fs::file_size(File());
   EXPECT_FALSE(CeUnmountDBVol(&guid));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
@@ -213,21 +219,9 @@ TEST_F(FirstFlush, OfWhichAnotherProcessTookUpTheLogIsLeftToIt) {
   Unmount(again);
 }
 
-// Whoever closes a descriptor of the file takes the lock from the whole process.
 TEST_F(FirstFlush, IsTheLastWhenAnotherProcessHadTheFileSince) {
-  ProcessSignal go;
-  const pid_t other = StartChildThatDies([&] {
-    go.Wait();
-    const CEGUID guid = Mount(OPEN_EXISTING);
-    Create(guid, u"theirs");
-    Unmount(guid);
-  });
   CEOID database = 0;
-  const CEGUID guid = Fill(database);
-  ASSERT_TRUE(CeFlushDBVol(&guid));
-  close(open(File().c_str(), O_RDONLY | O_CLOEXEC));
-  go.Send();
-  ExpectChildSucceeds(other);
+  const CEGUID guid = FillAndLoseTheFile(database);
   Write(handle_, 0, 1000, u"ours");
   EXPECT_FALSE(CeFlushDBVol(&guid));
   EXPECT_FALSE(CeFlushDBVol(&guid));

@@ -79,6 +79,17 @@ class RestingFile : public VolumeFileTest {
     ASSERT_TRUE(pages.IsLeaf(kPackedRoot));
   }
 
+  void WriteOneMore(const CEGUID& guid) { contents_[Write(Open(guid, database_), 0, 7, u"new", 8)] = "7 new 8"; }
+
+  // Unmounts; the next mount has the same contents.
+  void ExpectContentsLast(const CEGUID& guid) {
+    Unmount(guid);
+    EXPECT_EQ(Names(), std::vector<std::string>{"test.vol"});
+    const CEGUID again = Mount(OPEN_EXISTING);
+    EXPECT_EQ(Contents(again, database_), contents_);
+    Unmount(again);
+  }
+
   CEOID database_ = 0;
   std::map<CEOID, std::string> contents_;
   std::string sound_;
@@ -89,16 +100,12 @@ TEST_F(RestingFile, ItStandsAloneUntilTheFirstFlush) {
   EXPECT_EQ(Contents(guid, database_), contents_);
   EXPECT_TRUE(CeFlushDBVol(&guid)) << "of nothing";
   EXPECT_EQ(Names(), std::vector<std::string>{"test.vol"});
-  const HANDLE handle = Open(guid, database_);
-  contents_[Write(handle, 0, 7, u"new", 8)] = "7 new 8";
+  WriteOneMore(guid);
   EXPECT_EQ(Names(), std::vector<std::string>{"test.vol"});
   EXPECT_TRUE(CeFlushDBVol(&guid));
   EXPECT_EQ(Names(), (std::vector<std::string>{"test.vol", "test.vol-wal"}));
   EXPECT_EQ(Contents(guid, database_), contents_);
-  Unmount(guid);
-  const CEGUID again = Mount(OPEN_EXISTING);
-  EXPECT_EQ(Contents(again, database_), contents_);
-  Unmount(again);
+  ExpectContentsLast(guid);
 }
 
 TEST_F(RestingFile, WhatSqliteReadsOfAFileThatLooksUnusualIsTheSame) {
@@ -159,13 +166,9 @@ TEST_F(RestingFile, ALogThatAppearsBeforeTheFirstFlushIsNotTakenUp) {
 TEST_F(RestingFile, AnEmptyFileInThePlaceOfTheLogIsUsed) {
   const CEGUID guid = Mount(OPEN_EXISTING);
   WriteBytes(File("test.vol-wal"), "");
-  contents_[Write(Open(guid, database_), 0, 7, u"new", 8)] = "7 new 8";
+  WriteOneMore(guid);
   EXPECT_TRUE(CeFlushDBVol(&guid));
-  Unmount(guid);
-  EXPECT_EQ(Names(), std::vector<std::string>{"test.vol"});
-  const CEGUID again = Mount(OPEN_EXISTING);
-  EXPECT_EQ(Contents(again, database_), contents_);
-  Unmount(again);
+  ExpectContentsLast(guid);
 }
 
 TEST_F(RestingFile, PagesThatLeadAstrayAreRefused) {

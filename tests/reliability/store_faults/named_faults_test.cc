@@ -71,6 +71,24 @@ class StoreFaults : public testing::Test {
     ASSERT_TRUE(Do(Add(1)));
     ASSERT_TRUE(Do(FlushStep()));
   }
+  // Mounts afresh and starts, then fails to unmount: everything that was flushed stays in the log, and the next mount
+  // reads it there.
+  void ExpectTheLogIsLeft(const faults::Plan& plan, bool through_sqlite) {
+    world_ = World();
+    world_.path = Path().u16string();
+    fs::remove(Path());
+    through_sqlite ? StartWithLog() : Start();
+    const std::string content = Content();
+    EXPECT_FALSE(DoWith(plan, UnmountStep()));
+    EXPECT_EQ(Content(), content);
+    EXPECT_FALSE(Do(FlushStep())) << "it is poisoned";
+    EXPECT_TRUE(Do(UnmountStep())) << error_;
+    EXPECT_TRUE(fs::exists(SideFile()));
+    ASSERT_TRUE(Do(MountStep(OPEN_EXISTING))) << error_;
+    EXPECT_EQ(Content(), content);
+    ASSERT_TRUE(Do(UnmountStep())) << error_;
+    EXPECT_EQ(Files(), 1u);
+  }
   static Step Add(int64_t number) { return AddStep(0, {{kNumber, number}}); }
   std::string Content() const { return TextOf(world_.volume).content; }
 
@@ -188,7 +206,6 @@ TEST_F(StoreFaults, AFolderThatCannotBeSyncedMakesTheFirstFlushOfANewVolumeFail)
   EXPECT_GE(syncs, 3) << "log, folder, none";
 }
 
-// Everything that was flushed stays in the log, and the next mount reads it there.
 TEST_F(StoreFaults, AFailedCheckpointAtUnmountLeavesTheLogToTheNextMount) {
   const struct {
     const char* why;
@@ -202,20 +219,7 @@ TEST_F(StoreFaults, AFailedCheckpointAtUnmountLeavesTheLogToTheNextMount) {
   };
   for (const auto& [why, plan] : kFailures) {
     SCOPED_TRACE(why);
-    world_ = World();
-    world_.path = Path().u16string();
-    fs::remove(Path());
-    StartWithLog();
-    const std::string content = Content();
-    EXPECT_FALSE(DoWith(plan, UnmountStep()));
-    EXPECT_EQ(Content(), content);
-    EXPECT_FALSE(Do(FlushStep())) << "it is poisoned";
-    EXPECT_TRUE(Do(UnmountStep())) << error_;
-    EXPECT_TRUE(fs::exists(SideFile()));
-    ASSERT_TRUE(Do(MountStep(OPEN_EXISTING))) << error_;
-    EXPECT_EQ(Content(), content);
-    ASSERT_TRUE(Do(UnmountStep())) << error_;
-    EXPECT_EQ(Files(), 1u);
+    ExpectTheLogIsLeft(plan, true);
   }
 }
 
@@ -232,20 +236,7 @@ TEST_F(StoreFaults, ANewVolumesLogThatIsNotTakenUpIsLeftToTheNextMount) {
   };
   for (const auto& [why, plan] : kFailures) {
     SCOPED_TRACE(why);
-    world_ = World();
-    world_.path = Path().u16string();
-    fs::remove(Path());
-    Start();
-    const std::string content = Content();
-    EXPECT_FALSE(DoWith(plan, UnmountStep()));
-    EXPECT_EQ(Content(), content);
-    EXPECT_FALSE(Do(FlushStep())) << "it is poisoned";
-    EXPECT_TRUE(Do(UnmountStep())) << error_;
-    EXPECT_TRUE(fs::exists(SideFile()));
-    ASSERT_TRUE(Do(MountStep(OPEN_EXISTING))) << error_;
-    EXPECT_EQ(Content(), content);
-    ASSERT_TRUE(Do(UnmountStep())) << error_;
-    EXPECT_EQ(Files(), 1u);
+    ExpectTheLogIsLeft(plan, false);
   }
 }
 
