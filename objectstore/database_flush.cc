@@ -2,9 +2,9 @@
 //
 // A record's row holds the number of the flush that wrote it. A new database of many records of a few numbers each is
 // written as one block instead of rows; a record that changes later gets a row, and the database says which are in the
-// block alone. When a flush finds that many records changed in nothing
-// but one property of four bytes, it writes that property's values of all records as one packed column instead of the
-// rows. A column's value counts for a record whose row is not newer than the column.
+// block alone. When a flush finds that many records changed in nothing but one property of four bytes, it writes that
+// property's values of all records as one packed column instead of the rows. A column's value counts for a record whose
+// row is not newer than the column.
 #include <algorithm>
 #include <limits>
 

@@ -15,18 +15,14 @@ struct SharedStore {
   std::mutex lock;
   Store store;
   static SharedStore& Get() {
-    static SharedStore* const shared = Make();
+    static SharedStore* const shared = made_ = new SharedStore();
     return *shared;
   }
 
   // Null before the first call.
-  static SharedStore* Made() { return made_.load(std::memory_order_acquire); }
+  static SharedStore* Made() { return made_; }
 
  private:
-  static SharedStore* Make() {
-    made_.store(new SharedStore(), std::memory_order_release);
-    return Made();
-  }
   static constinit inline std::atomic<SharedStore*> made_ = nullptr;
 };
 

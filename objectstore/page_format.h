@@ -9,7 +9,8 @@ namespace objectstore {
 
 // No table has the page on whose bytes SQLite's locks are, nor any behind the last that a volume may have.
 inline constexpr uint32_t kLockPage = 0x40000000 / kPageBytes + 1;
-inline constexpr uint32_t kMostPages = 16777216;  // 64 GiB
+inline constexpr uint64_t kLargestFileBytes = uint64_t{64} << 30;
+inline constexpr auto kMostPages = static_cast<uint32_t>(kLargestFileBytes / kPageBytes);
 
 inline constexpr uint8_t kInteriorPage = 0x05;
 inline constexpr uint8_t kLeafPage = 0x0D;

@@ -7,8 +7,6 @@ namespace objectstore {
 
 namespace {
 
-// Makes the client's buffer hold so many bytes. What it holds on failure stays the client's. For no bytes there may be no
-// buffer: block is null then.
 Status AllocateBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
   void* made = block != nullptr ? LocalReAlloc(block, bytes, LMEM_MOVEABLE) : LocalAlloc(LMEM_FIXED, bytes);
   if (made == nullptr) return Status::kInsufficientBuffer;
@@ -16,6 +14,8 @@ Status AllocateBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
   return Status::kOk;
 }
 
+// Makes the client's buffer hold so many bytes. What it holds on failure stays the client's. For no bytes there may be no
+// buffer: block is null then.
 inline Status ProvideBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
   block = request.buffer != nullptr ? *request.buffer : nullptr;
   const size_t capacity = block != nullptr ? *request.size : 0;

@@ -9,6 +9,7 @@
 
 #include "first_page.h"
 #include "log_format.h"
+#include "page_format.h"
 #include "schema_check.h"
 #include "volume_file.h"
 #include "volume_header.h"
@@ -17,8 +18,6 @@
 namespace objectstore {
 
 namespace {
-
-constexpr off_t kLargestFileBytes = off_t{64} << 30;
 
 bool ReadWhole(int file, off_t start, std::span<uint8_t> bytes) {
   size_t count = 0;
@@ -104,7 +103,7 @@ Status VolumeFile::CheckHeader() const {
   sqlite3_file* const file = held_.file();
   sqlite3_int64 bytes = 0;
   STORE_TRY(StatusOfSqlite(file->pMethods->xFileSize(file, &bytes)));
-  if (bytes > kLargestFileBytes || bytes < kHeaderBytes) return Status::kCorrupt;
+  if (bytes > static_cast<sqlite3_int64>(kLargestFileBytes) || bytes < kHeaderBytes) return Status::kCorrupt;
   uint8_t header[kHeaderBytes];
   const int result = file->pMethods->xRead(file, header, kHeaderBytes, 0);
   if (result == SQLITE_IOERR_SHORT_READ) return Status::kCorrupt;

@@ -10,26 +10,18 @@
 #include <cstring>
 #include <vector>
 
-#include "log_format.h"
+#include "page_format.h"
 #include "volume_header.h"
 
 namespace objectstore {
 
 namespace {
 
-constexpr uint64_t kLargestFileBytes = uint64_t{64} << 30;
-constexpr auto kMostPages = static_cast<uint32_t>(kLargestFileBytes / kPageBytes);
-
-// As many bytes as there are, whatever interrupts the reading; fewer at the end or at a part that cannot be read.
-size_t ReadAt(int file, uint64_t offset, std::span<uint8_t> bytes) {
-  size_t done = 0;
-  while (done < bytes.size()) {
-    const auto at = static_cast<off_t>(offset + done);
-    const ssize_t count = Uninterrupted([&] { return pread(file, bytes.data() + done, bytes.size() - done, at); });
-    if (count <= 0) break;
-    done += static_cast<size_t>(count);
-  }
-  return done;
+// As many bytes as there are; fewer at the end or at a part that cannot be read.
+size_t BytesReadAt(int file, uint64_t offset, std::span<uint8_t> bytes) {
+  size_t count = 0;
+  static_cast<void>(ReadAt(file, static_cast<off_t>(offset), bytes, count));
+  return count;
 }
 
 Status OpenPlainFile(const std::string& path, FileDescriptor& file, uint64_t& bytes) {
@@ -59,12 +51,12 @@ Status VolumePages::Open(const FilePath& path) {
 }
 
 bool VolumePages::ReadFrame(uint64_t index, std::array<uint8_t, kFrameBytes>& frame) const {
-  return ReadAt(log_.number(), kLogHeaderBytes + index * kFrameBytes, frame) == kFrameBytes;
+  return BytesReadAt(log_.number(), kLogHeaderBytes + index * kFrameBytes, frame) == kFrameBytes;
 }
 
 void VolumePages::ReadLog() {
   std::array<uint8_t, kLogHeaderBytes> header;
-  if (ReadAt(log_.number(), 0, header) != header.size()) return;
+  if (BytesReadAt(log_.number(), 0, header) != header.size()) return;
   const uint32_t magic = BigEndian32(header.data());
   if ((magic & ~1u) != kLogMagic || BigEndian32(header.data() + 4) != kLogVersion ||
       BigEndian32(header.data() + 8) != kPageBytes) {
@@ -105,7 +97,7 @@ void VolumePages::CountLostFlushes(uint64_t first) {
   uint32_t commits = 0;
   for (uint64_t index = first; index - first < kMostFramesSearched; ++index) {
     const uint64_t offset = kLogHeaderBytes + index * kFrameBytes;
-    if (offset >= log_bytes_ || ReadAt(log_.number(), offset, header) != header.size()) return;
+    if (offset >= log_bytes_ || BytesReadAt(log_.number(), offset, header) != header.size()) return;
     if (!std::equal(salts_.begin(), salts_.end(), header.data() + 8)) continue;
     lost_flushes_ = commits;
     if (BigEndian32(header.data() + 4) != 0) ++commits;
@@ -117,14 +109,15 @@ bool VolumePages::Read(uint32_t number, Page& page) const {
   if (number == 0 || number > last_page_) return false;
   const auto found = frames_.find(number);
   if (found == frames_.end()) {
-    return ReadAt(file_.number(), uint64_t{number - 1} * kPageBytes, page) == kPageBytes;
+    return BytesReadAt(file_.number(), uint64_t{number - 1} * kPageBytes, page) == kPageBytes;
   }
-  return ReadAt(log_.number(), kLogHeaderBytes + found->second * kFrameBytes + kFrameHeaderBytes, page) == kPageBytes;
+  return BytesReadAt(log_.number(), kLogHeaderBytes + found->second * kFrameBytes + kFrameHeaderBytes, page) ==
+         kPageBytes;
 }
 
 bool VolumePages::ReadFirstOfFile(Page& page) const {
   page.fill(0);
-  return ReadAt(file_.number(), 0, page) >= kHeaderBytes;
+  return BytesReadAt(file_.number(), 0, page) >= kHeaderBytes;
 }
 
 }  // namespace objectstore

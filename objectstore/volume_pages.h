@@ -10,6 +10,7 @@
 #include <unordered_map>
 
 #include "file_identity.h"
+#include "log_format.h"
 #include "volume_schema.h"
 
 namespace objectstore {
@@ -39,14 +40,14 @@ class VolumePages {
 
  private:
   void ReadLog();
-  bool ReadFrame(uint64_t index, std::array<uint8_t, 24 + kPageBytes>& frame) const;
+  bool ReadFrame(uint64_t index, std::array<uint8_t, kFrameBytes>& frame) const;
   void CountLostFlushes(uint64_t first);
 
   FileDescriptor file_{-1};
   FileDescriptor log_{-1};
   uint64_t file_bytes_ = 0;
   uint64_t log_bytes_ = 0;
-  std::array<uint8_t, 8> salts_{};
+  std::array<uint8_t, kSaltBytes> salts_{};
   std::unordered_map<uint32_t, uint64_t> frames_;  // page number: index of the frame that holds it
   uint32_t last_page_ = 0;
   uint32_t lost_flushes_ = 0;

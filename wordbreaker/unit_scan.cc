@@ -93,9 +93,9 @@ bool IsAscii(const PackedPiece& piece) {
   return Bits(_mm_or_si128(zeros, _mm_or_si128(piece.first, piece.second))) == 0;
 }
 
-uint32_t BeyondAscii(__m128i units) {
-  return Zeros(_mm_and_si128(units, _mm_set1_epi16(static_cast<int16_t>(0xFF80)))) ^ 0xFFFF;
-}
+// Ones for each unit that is ASCII.
+__m128i AreAscii(__m128i units) { return AreZero(_mm_and_si128(units, _mm_set1_epi16(static_cast<int16_t>(0xFF80)))); }
+uint32_t BeyondAscii(__m128i units) { return Bits(AreAscii(units)) ^ 0xFFFF; }
 
 #else
 
@@ -186,20 +186,16 @@ std::optional<PackedText> PackTerminated(const char16_t* text, std::span<char> r
 }
 
 uint32_t FoldAsciiOfBlock(const char16_t* text, char16_t* folded) {
-  const __m128i beyond_ascii = _mm_set1_epi16(static_cast<int16_t>(0xFF80));
   const auto lower = [](__m128i units) {
     const __m128i capital = _mm_and_si128(_mm_cmpgt_epi16(units, _mm_set1_epi16(u'A' - 1)),
                                           _mm_cmplt_epi16(units, _mm_set1_epi16(u'Z' + 1)));
     return _mm_or_si128(units, _mm_and_si128(capital, _mm_set1_epi16(kCaseBit)));
   };
-  const auto ascii = [beyond_ascii](__m128i units) {
-    return _mm_cmpeq_epi16(_mm_and_si128(units, beyond_ascii), _mm_setzero_si128());
-  };
   const __m128i first = Load(text);
   const __m128i second = Load(text + 8);
   Store(folded, lower(first));
   Store(folded + 8, lower(second));
-  return Bits(_mm_packs_epi16(ascii(first), ascii(second))) ^ 0xFFFF;
+  return Bits(_mm_packs_epi16(AreAscii(first), AreAscii(second))) ^ 0xFFFF;
 }
 
 #else
