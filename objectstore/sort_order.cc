@@ -133,8 +133,16 @@ void SortOrder::Sort(std::span<Entry> entries, size_t common_bytes) const {
   }
 }
 
-// Entries of equal leads; they have these again at the end.
+// Entries of equal leads; they have these again at the end. Texts that agree for long are compared whole: each lead takes
+// its share of the stack.
 void SortOrder::SortBehindLead(std::span<Entry> entries, size_t common_bytes) const {
+  constexpr size_t kMostBytesByLeads = 64;
+  if (common_bytes > kMostBytesByLeads) {
+    std::sort(entries.begin(), entries.end(), [this](const Entry& a, const Entry& b) {
+      return EntryBefore(a, {b.lead, b.record->text_keys[slot_].get()}, b.record->oid());
+    });
+    return;
+  }
   const uint64_t lead = entries.front().lead;
   for (Entry& entry : entries) entry.lead = LeadOfText(entry.record->text_keys[slot_].get() + common_bytes);
   Sort(entries, common_bytes);

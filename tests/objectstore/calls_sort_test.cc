@@ -1,5 +1,6 @@
 // Sort orders: how values of each type compare, where records without the property stand, and that equal keys stand in
 // the order of their identifiers, whatever the direction.
+#include <pthread.h>
 #include <unicode/ucol.h>
 
 #include <algorithm>
@@ -110,6 +111,33 @@ TEST_F(SortOrders, EveryTypeIsSortedByItsValue) {
     ExpectSorted(
         volume_, [this] { Remount(); }, row.ascending);
   }
+}
+
+// As long as texts may be, in a thread whose stack is small.
+TEST_F(SortOrders, TheLongestTextsThatAgreeTakeNoMoreOfTheStackThanOthers) {
+  constexpr size_t kStackBytes = 512 * 1024;
+  Create({{kText, 0}});
+  const std::u16string alike(30000, u'a');
+  const std::u16string texts[] = {alike + u"b", alike, alike + u"b", alike};
+  std::vector<CEOID> records;
+  for (const std::u16string& text : texts) records.push_back(Write(handle_, 0, {Text(1, text.c_str())}));
+  Remount();
+  struct Job {
+    const std::function<std::vector<CEOID>()> order;
+    std::vector<CEOID> found;
+  } job = {[this] { return Order(Open()); }, {}};
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, kStackBytes), 0);
+  pthread_t thread;
+  const auto run = [](void* of_job) -> void* {
+    static_cast<Job*>(of_job)->found = static_cast<Job*>(of_job)->order();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, &job), 0);
+  ASSERT_EQ(pthread_join(thread, nullptr), 0);
+  pthread_attr_destroy(&attributes);
+  EXPECT_EQ(job.found, (std::vector<CEOID>{records[1], records[3], records[0], records[2]}));
 }
 
 // A key is compared eight bytes at a time: the texts differ, end and are equal at every place of such a piece.
