@@ -13,6 +13,7 @@ namespace {
 
 using objectstore::BodyKind;
 using objectstore::BodyWriter;
+using objectstore::Layout;
 using objectstore::Status;
 using Bytes = std::vector<uint8_t>;
 
@@ -149,27 +150,31 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;
   constexpr BodyKind kKinds[] = {BodyKind::kRecord, BodyKind::kDatabase, BodyKind::kVolume, BodyKind::kPacked};
   const BodyKind kind = (data[0] & 8) != 0 ? BodyKind::kBlock : kKinds[data[0] % 4];
-  const bool compact = (data[0] & 4) != 0;
+  const Layout layout = (data[0] & 4) == 0 ? Layout::kFirst : (data[0] & 16) == 0 ? Layout::kCompact : Layout::kRuns;
   int64_t key = kKeys[data[1] % std::size(kKeys)];
   if (kind == BodyKind::kDatabase) key &= 0xFFFFFFFF;
   if (kind == BodyKind::kVolume) key = objectstore::kVolumeRowKey;
   if (kind == BodyKind::kBlock) key &= ~int64_t{0xFFFFFFFF};
   BodyWriter writer;
-  writer.Start(kind, compact ? objectstore::Layout::kCompact : objectstore::Layout::kFirst);
+  writer.Start(kind, layout);
   writer.PutBytes(data + 2, size - 2);
   const Bytes body = Copy(writer.Seal(key));
   Bytes again;
   const Status status = Decode(kind, body, key, again);
   FUZZ_REQUIRE(status == Status::kOk || status == Status::kCorrupt, "a body is decoded or corrupt");
   if (status != Status::kOk) return 0;
-  // A body of the first layout is written as one of the compact layout, and that is read as the same; but a database's
-  // does not name its records, and is not written before it has been loaded.
-  if (!compact && kind != BodyKind::kVolume && kind != BodyKind::kDatabase) {
+  const Layout newest = kind == BodyKind::kVolume   ? Layout::kFirst
+                        : kind == BodyKind::kRecord ? Layout::kRuns
+                                                    : Layout::kCompact;
+  FUZZ_REQUIRE(layout <= newest, "a layout that the kind does not have is corrupt");
+  // A body of an older layout is written as one of the newest, and that is read as the same; but a database's of the
+  // first does not name its records, and is not written before it has been loaded.
+  if (layout != newest && kind != BodyKind::kDatabase) {
     Bytes third;
     FUZZ_REQUIRE(Decode(kind, again, key, third) == Status::kOk, "what was written is read");
     FUZZ_REQUIRE(third == again, "and written as the same bytes");
   }
-  FUZZ_REQUIRE((!compact && kind != BodyKind::kVolume) || again == body, "a decoded body is written as the same bytes");
+  FUZZ_REQUIRE(layout != newest || again == body, "a decoded body is written as the same bytes");
   Bytes damaged = body;
   damaged[data[1] % damaged.size()] ^= 1;
   FUZZ_REQUIRE(Decode(kind, damaged, key, again) == Status::kCorrupt, "under another checksum it is corrupt");

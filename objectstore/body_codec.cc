@@ -62,15 +62,18 @@ void BodyWriter::PutNumber(uint64_t number, size_t count) {
   size_ += count;
 }
 
-BodyReader::BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key) : rest_(body) {
+BodyReader::BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key, Layout newest) : rest_(body) {
   const uint64_t checksum = Get64();
   if (!ok_ || checksum != Checksum(rest_, key)) {
     Fail();
     return;
   }
   const uint8_t byte = Get8();
-  layout_ = byte == KindByte(kind, Layout::kCompact) ? Layout::kCompact : Layout::kFirst;
-  if (byte != KindByte(kind, layout_)) Fail();
+  for (const Layout layout : {Layout::kRuns, Layout::kCompact, Layout::kFirst}) {
+    layout_ = layout;
+    if (layout <= newest && byte == KindByte(kind, layout)) return;
+  }
+  Fail();
 }
 
 uint64_t BodyReader::GetLongCount(uint64_t largest) {

@@ -19,8 +19,9 @@ namespace objectstore {
 enum class BodyKind : uint8_t { kVolume = 'V', kDatabase = 'D', kRecord = 'R', kPacked = 'P', kBlock = 'B' };
 
 // How the fields behind the kind are laid out. The first version of the format knew one way for each kind; the compact
-// way, which its kind's letter in lower case marks, came with the second.
-enum class Layout : uint8_t { kFirst = 0, kCompact = 'r' - 'R' };
+// way, which its kind's letter in lower case marks, came with the second; with the third, for records alone, that of
+// runs, marked by the top bit as well.
+enum class Layout : uint8_t { kFirst = 0, kCompact = 'r' - 'R', kRuns = 0x80 | kCompact };
 
 constexpr uint8_t KindByte(BodyKind kind, Layout layout) {
   return static_cast<uint8_t>(static_cast<uint8_t>(kind) | static_cast<uint8_t>(layout));
@@ -28,7 +29,7 @@ constexpr uint8_t KindByte(BodyKind kind, Layout layout) {
 
 // The kind that a kind's byte stands for, whatever the layout.
 constexpr uint8_t KindWithoutLayout(uint8_t byte) {
-  return byte & static_cast<uint8_t>(~KindByte(BodyKind{0}, Layout::kCompact));
+  return byte & static_cast<uint8_t>(~KindByte(BodyKind{0}, Layout::kRuns));
 }
 
 // A signed number so that small ones, of either sign, have few bits.
@@ -77,6 +78,10 @@ class BodyWriter {
   }
   void TakeUpTo(const uint8_t* next) { size_ = static_cast<size_t>(next - bytes_.get()); }
 
+  // For a byte that depends on what follows it: where the next one will stand, and adding to the one that stands there.
+  size_t size() const { return size_; }
+  void AddTo(size_t place, uint8_t number) { bytes_[place] = static_cast<uint8_t>(bytes_[place] + number); }
+
   // Fills in the checksum, which depends on the key of the row, so that a body in another's row is not taken for its.
   std::span<const uint8_t> Seal(int64_t key);
 
@@ -91,8 +96,8 @@ class BodyWriter {
 
 class BodyReader {
  public:
-  // Checks checksum and kind.
-  BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key);
+  // Checks checksum and kind. No layout above the newest of the kind is read.
+  BodyReader(std::span<const uint8_t> body, BodyKind kind, int64_t key, Layout newest = Layout::kCompact);
 
   Layout layout() const { return layout_; }
 

@@ -1,40 +1,20 @@
 // See record_body.h.
 //
-// Every record is written in the compact layout. There is one way to write a value in it, and a body that takes another
+// Every record is written in the newest layout. There is one way to write a value in it, and a body that takes another
 // is no body of ours: what was decoded would not be written as the same bytes.
 #include "record_body.h"
 
 #include <algorithm>
 #include <limits>
 
+#include "property_tag.h"
+
 namespace objectstore {
 
 namespace {
 
-// What the low four bits of a property's first byte say.
-enum class Code : uint8_t {
-  kI2,
-  kUi2,
-  kI4,
-  kUi4,
-  kBool,
-  kR8,
-  kTime,
-  kNarrowText,
-  kWideText,
-  kBlob,
-  kBlobOfZeros,
-};
-constexpr uint8_t kCodeMask = 0x0F;
-
-// Set where the property's number is the one after that of the property before; else the number follows.
-constexpr uint8_t kNextNumber = 0x10;
-
-constexpr WORD kTypes[] = {CEVT_I2,       CEVT_UI2,    CEVT_I4,     CEVT_UI4,  CEVT_BOOL, CEVT_R8,
-                           CEVT_FILETIME, CEVT_LPWSTR, CEVT_LPWSTR, CEVT_BLOB, CEVT_BLOB};
-
-// The fewest bytes that a property takes in a body of either layout.
-constexpr size_t kSmallestPropertyBytes = 2;
+// The fewest bytes that a property takes in a body: in a run it has no tag of its own.
+constexpr size_t kSmallestPropertyBytes = 1;
 
 // So large a row is surely one that a file takes; what could be larger is not made a block.
 constexpr size_t kLargestBlockBytes = 1 << 20;
@@ -43,42 +23,42 @@ constexpr size_t kBlockHeadBytes = 64;  // more than stands in front of the prop
 // While one record is written, the memory of the one so many behind it is fetched.
 constexpr size_t kAhead = 16;
 
-constexpr uint32_t kLargestPropertyNumber = std::numeric_limits<uint16_t>::max();
-
 bool IsAllZero(std::span<const uint8_t> bytes) {
   return std::all_of(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte == 0; });
 }
 
-Code CodeOf(const Value& value) {
+PropertyCode CodeOf(const Value& value) {
   switch (TypeOf(value.id)) {
     case CEVT_LPWSTR:
-      return value.narrow ? Code::kNarrowText : Code::kWideText;
+      return value.narrow ? PropertyCode::kNarrowText : PropertyCode::kWideText;
     case CEVT_BLOB:
-      return value.length != 0 && IsAllZero({value.bytes, value.length}) ? Code::kBlobOfZeros : Code::kBlob;
+      return value.length != 0 && IsAllZero({value.bytes, value.length}) ? PropertyCode::kBlobOfZeros
+                                                                         : PropertyCode::kBlob;
     default:
-      return static_cast<Code>(std::find(std::begin(kTypes), std::end(kTypes), TypeOf(value.id)) - std::begin(kTypes));
+      return static_cast<PropertyCode>(std::find(std::begin(kTypeOfCode), std::end(kTypeOfCode), TypeOf(value.id)) -
+                                       std::begin(kTypeOfCode));
   }
 }
 
-void EncodePayload(const Value& value, Code code, BodyWriter& writer) {
+void EncodePayload(const Value& value, PropertyCode code, BodyWriter& writer) {
   switch (code) {
-    case Code::kI2:
+    case PropertyCode::kI2:
       return writer.PutCount(ZigZag(static_cast<int16_t>(value.number)));
-    case Code::kI4:
+    case PropertyCode::kI4:
       return writer.PutCount(ZigZag(static_cast<int32_t>(value.number)));
-    case Code::kUi2:
-    case Code::kUi4:
-    case Code::kBool:
+    case PropertyCode::kUi2:
+    case PropertyCode::kUi4:
+    case PropertyCode::kBool:
       return writer.PutCount(value.number);
-    case Code::kR8:
-    case Code::kTime:
+    case PropertyCode::kR8:
+    case PropertyCode::kTime:
       return writer.Put64(value.number);
     default:
       break;
   }
   writer.PutCount(value.length);
-  if (code == Code::kBlobOfZeros) return;
-  const bool is_text = code != Code::kBlob;
+  if (code == PropertyCode::kBlobOfZeros) return;
+  const bool is_text = code != PropertyCode::kBlob;
   writer.PutBytes(value.bytes, is_text ? BytesOfText(value.length, value.narrow) : value.length);
 }
 
@@ -105,23 +85,23 @@ void DecodeBlob(BodyReader& reader, size_t length, Value& value) {
   value.bytes = bytes.data();
 }
 
-void DecodePayload(BodyReader& reader, Code code, Value& value) {
+void DecodePayload(BodyReader& reader, PropertyCode code, Value& value) {
   switch (code) {
-    case Code::kI2:
+    case PropertyCode::kI2:
       value.number = GetSigned(reader, 16);
       return;
-    case Code::kI4:
+    case PropertyCode::kI4:
       value.number = GetSigned(reader, 32);
       return;
-    case Code::kUi2:
+    case PropertyCode::kUi2:
       value.number = reader.GetCount(std::numeric_limits<uint16_t>::max());
       return;
-    case Code::kUi4:
-    case Code::kBool:
+    case PropertyCode::kUi4:
+    case PropertyCode::kBool:
       value.number = reader.GetCount(std::numeric_limits<uint32_t>::max());
       return;
-    case Code::kR8:
-    case Code::kTime:
+    case PropertyCode::kR8:
+    case PropertyCode::kTime:
       value.number = reader.Get64();
       return;
     default:
@@ -129,13 +109,13 @@ void DecodePayload(BodyReader& reader, Code code, Value& value) {
   }
   const size_t length = reader.GetCount(CEDB_MAXPROPDATASIZE);
   switch (code) {
-    case Code::kNarrowText:
+    case PropertyCode::kNarrowText:
       return DecodeText(reader, length, true, value);
-    case Code::kWideText:
+    case PropertyCode::kWideText:
       DecodeText(reader, length, false, value);
       if (reader.ok() && CouldBeNarrow(value.bytes, length)) reader.Reject();
       return;
-    case Code::kBlob:
+    case PropertyCode::kBlob:
       DecodeBlob(reader, length, value);
       if (reader.ok() && length != 0 && IsAllZero({value.bytes, length})) reader.Reject();
       return;
@@ -143,18 +123,6 @@ void DecodePayload(BodyReader& reader, Code code, Value& value) {
       if (length == 0) return reader.Reject();
       value.length = static_cast<uint32_t>(length);
   }
-}
-
-void DecodeCompact(BodyReader& reader, int64_t& number, Value& value) {
-  const uint8_t head = reader.Get8();
-  const auto code = static_cast<uint8_t>(head & kCodeMask);
-  const bool is_next = (head & kNextNumber) != 0;
-  if (code >= std::size(kTypes) || (head & ~(kCodeMask | kNextNumber)) != 0) return reader.Reject();
-  const int64_t next = number + 1;
-  number = is_next ? next : static_cast<int64_t>(reader.GetCount(kLargestPropertyNumber));
-  if (number > kLargestPropertyNumber || (!is_next && number == next)) return reader.Reject();
-  value.id = static_cast<uint32_t>(number) << 16 | kTypes[code];
-  DecodePayload(reader, static_cast<Code>(code), value);
 }
 
 uint8_t* AppendStep(uint8_t* next, uint32_t number, uint32_t before) {
@@ -198,17 +166,14 @@ bool HoldsNumbersOnly(const Record& record) {
 }  // namespace
 
 std::span<const uint8_t> EncodeRecord(const Record& record, int64_t key, uint64_t flush, BodyWriter& writer) {
-  writer.Start(BodyKind::kRecord, Layout::kCompact);
+  writer.Start(BodyKind::kRecord, Layout::kRuns);
   writer.PutCount(flush);
   writer.PutCount(record.property_count());
-  int64_t number = -1;
+  TagWriter tags;
   for (size_t i = 0; i < record.property_count(); ++i) {
     const Value value = record.At(i);
-    const Code code = CodeOf(value);
-    const int64_t next = number + 1;
-    number = value.id >> 16;
-    writer.Put8(static_cast<uint8_t>(static_cast<uint8_t>(code) | (number == next ? kNextNumber : 0)));
-    if (number != next) writer.PutCount(static_cast<uint64_t>(number));
+    const PropertyCode code = CodeOf(value);
+    tags.Put(value.id, code, writer);
     EncodePayload(value, code, writer);
   }
   return writer.Seal(key);
@@ -240,24 +205,26 @@ void RecordDecoder::DecodeFirst(BodyReader& reader, Value& value) {
 
 Status RecordDecoder::Decode(std::span<const uint8_t> body, int64_t key, RecordRef& record, uint64_t& flush,
                              RecordArena* arena) {
-  BodyReader reader(body, BodyKind::kRecord, key);
-  const bool compact = reader.layout() == Layout::kCompact;
-  flush = compact ? reader.GetCount(std::numeric_limits<uint64_t>::max()) : reader.Get64();
-  const uint64_t count = compact ? reader.GetCount(body.size()) : reader.Get32();
+  BodyReader reader(body, BodyKind::kRecord, key, Layout::kRuns);
+  const bool first = reader.layout() == Layout::kFirst;
+  flush = first ? reader.Get64() : reader.GetCount(std::numeric_limits<uint64_t>::max());
+  const uint64_t count = first ? reader.Get32() : reader.GetCount(body.size());
   if (count > reader.remaining() / kSmallestPropertyBytes) return Status::kCorrupt;
   values_.clear();
   narrowed_.clear();
   narrowed_.reserve(body.size());  // more than the texts can take: they stay where they are put
-  int64_t number = -1;
+  TagReader tags(reader.layout());
   for (uint64_t i = 0; i < count; ++i) {
     Value& value = values_.emplace_back();
-    if (compact) {
-      DecodeCompact(reader, number, value);
-    } else {
+    if (first) {
       DecodeFirst(reader, value);
+    } else {
+      const PropertyCode code = tags.Next(reader, value.id);
+      DecodePayload(reader, code, value);
     }
     if (!reader.ok()) break;
   }
+  if (!tags.IsAtRunsEnd()) reader.Reject();
   STORE_TRY(reader.Finished());
   const uint64_t counted_bytes = CountedBytes(values_);
   if (counted_bytes > CEDB_MAXRECORDSIZE) return Status::kCorrupt;

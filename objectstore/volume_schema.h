@@ -7,7 +7,7 @@ namespace objectstore {
 
 inline constexpr uint32_t kApplicationId = 0x584B5244;  // "XKRD"
 inline constexpr uint32_t kFirstFormatVersion = 1;
-inline constexpr uint32_t kFormatVersion = 2;
+inline constexpr uint32_t kFormatVersion = 3;
 inline constexpr uint32_t kPageBytes = 4096;
 
 // A row of SQLite's own table of tables, as a sound file holds it. Tables never move: no page but a root page of its own
@@ -38,7 +38,7 @@ inline constexpr struct {
 } kHeaderNumbers[] = {{"PRAGMA application_id", kApplicationId}, {"PRAGMA auto_vacuum", 0}};
 inline constexpr char kReadFormatVersion[] = "PRAGMA user_version";
 
-inline constexpr char kSetFormatVersion[] = "PRAGMA user_version = 2";
+inline constexpr char kSetFormatVersion[] = "PRAGMA user_version = 3";
 
 // The lock mode stands first: it must be set before the file is looked at for the first time. What is deleted is zeroed
 // where that writes no page more: else each page that becomes free would go through the log.

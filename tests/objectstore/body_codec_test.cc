@@ -1,6 +1,7 @@
 // The bodies of a volume file: golden bytes typed by hand, and what becomes of bytes that are not what they should be.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <random>
@@ -82,7 +83,7 @@ const Bytes kDatabaseBytes = FromHex(
     "00 01 "                                      // the second order goes by identifier
     "02 11 01 80 01 01");                         // runs: one record from 0x11 on, one from 0x92 on
 
-const Bytes kRecordBytes = FromHex(
+const Bytes kCompactRecordBytes = FromHex(
     "B9 55 02 8B 0F 5D C7 4C 72 "
     "83 01 "                       // flush
     "0B "                          // properties
@@ -97,6 +98,23 @@ const Bytes kRecordBytes = FromHex(
     "1A 0F "                       // blob of zeros
     "12 FF FF FF FF 0F "           // 32 bits, signed
     "11 FF FF 03");                // 16 bits, unsigned
+
+const Bytes kRecordBytes = FromHex(
+    "0A AB 1E A4 0F A7 71 52 F2 "
+    "83 01 "                       // flush
+    "0E "                          // properties
+    "03 01 84 86 88 08 "           // 32 bits, unsigned, number 1
+    "17 02 41 E9 "                 // narrow text, number 2
+    "19 02 DE AD "                 // blob
+    "10 03 "                       // 16 bits, signed
+    "15 00 00 00 00 00 00 F8 3F "  // floating point
+    "16 44 33 22 11 88 77 66 55 "  // time
+    "14 01 "                       // boolean
+    "18 02 41 00 AC 20 "           // wide text
+    "1A 0F "                       // blob of zeros
+    "12 FF FF FF FF 0F "           // 32 bits, signed
+    "51 FF FF 03 00 05 "           // three of 16 bits, unsigned
+    "01 14 07");                   // one more, number 20
 
 const Bytes kPackedBytes = FromHex(
     "DE 84 65 7A 58 E5 A7 AA 70 "
@@ -152,9 +170,10 @@ const struct Golden {
     {"first record", kFirstRecordBytes, BodyKind::kRecord, kRecordKey, DecodeGoldenRecord},
     {"first packed column", kFirstPackedBytes, BodyKind::kPacked, kPackedKey, DecodeGoldenPacked},
     {"database", kDatabaseBytes, BodyKind::kDatabase, kDatabase, DecodeGoldenDatabase},
-    {"record", kRecordBytes, BodyKind::kRecord, kRecordKey, DecodeGoldenRecord},
+    {"record without runs", kCompactRecordBytes, BodyKind::kRecord, kRecordKey, DecodeGoldenRecord},
     {"packed column", kPackedBytes, BodyKind::kPacked, kPackedKey, DecodeGoldenPacked},
     {"block of records", kBlockBytes, BodyKind::kBlock, kBlockKey, DecodeGoldenBlock},
+    {"record", kRecordBytes, BodyKind::kRecord, kRecordKey, DecodeGoldenRecord},
 };
 
 TEST(BodyCodec, AVolumesBodyHasTheseBytes) {
@@ -220,7 +239,7 @@ std::u16string TextOf(const Value& value) {
   return text;
 }
 
-// The seven properties that both golden records begin with; the first of them is expected to be what it is there.
+// The seven properties that all golden records begin with.
 void ExpectGoldenProperties(const Record& record) {
   EXPECT_EQ(record.oid(), 0x11u);
   ASSERT_GE(record.property_count(), 7u);
@@ -238,21 +257,71 @@ void ExpectGoldenProperties(const Record& record) {
   EXPECT_EQ(record.At(6).number, 1u);
 }
 
+// Those that the records of the layouts after the first have beyond these.
+void ExpectFurtherProperties(const Record& record) {
+  ASSERT_GE(record.property_count(), 11u);
+  EXPECT_EQ(TextOf(record.At(7)), u"A\u20AC");
+  ASSERT_EQ(record.At(8).length, 15u);
+  EXPECT_EQ(record.At(8).bytes[14], 0);
+  EXPECT_EQ(record.NumberAt(9), 0x80000000u);
+  EXPECT_EQ(record.IdAt(10), 0x000B0012u);
+  EXPECT_EQ(record.At(10).number, 0xFFFFu);
+}
+
+constexpr uint64_t kBytesOfElevenProperties = 20u + 11 * 4 + 4 + 6 + 2 + 2 + 8 + 8 + 4 + 6 + 15 + 4 + 2;
+
 TEST(BodyCodec, ARecordsBodyHasTheseBytes) {
   uint64_t flush = 0;
   const RecordRef record = DecodedRecord(kRecordBytes, flush);
   ASSERT_TRUE(record);
   EXPECT_EQ(flush, 0x83u);
-  ASSERT_EQ(record->property_count(), 11u);
+  ASSERT_EQ(record->property_count(), 14u);
   ExpectGoldenProperties(*record);
-  EXPECT_EQ(TextOf(record->At(7)), u"A\u20AC");
-  ASSERT_EQ(record->At(8).length, 15u);
-  EXPECT_EQ(record->At(8).bytes[14], 0);
-  EXPECT_EQ(record->NumberAt(9), 0x80000000u);
-  EXPECT_EQ(record->At(10).number, 0xFFFFu);
-  EXPECT_EQ(record->counted_bytes(), 20u + 11 * 4 + 4 + 6 + 2 + 2 + 8 + 8 + 4 + 6 + 15 + 4 + 2);
+  ExpectFurtherProperties(*record);
+  EXPECT_EQ(record->IdAt(11), 0x000C0012u);
+  EXPECT_EQ(record->At(11).number, 0u);
+  EXPECT_EQ(record->IdAt(12), 0x000D0012u);
+  EXPECT_EQ(record->At(12).number, 5u);
+  EXPECT_EQ(record->IdAt(13), 0x00140012u);
+  EXPECT_EQ(record->At(13).number, 7u);
+  EXPECT_EQ(record->counted_bytes(), kBytesOfElevenProperties + 3 * (4 + 2));
   BodyWriter writer;
   EXPECT_EQ(Copy(EncodeRecord(*record, kRecordKey, 0x83, writer)), kRecordBytes);
+}
+
+TEST(BodyCodec, ARecordsBodyWithoutRunsIsTheSameRecord) {
+  uint64_t flush = 0;
+  const RecordRef record = DecodedRecord(kCompactRecordBytes, flush);
+  ASSERT_TRUE(record);
+  EXPECT_EQ(flush, 0x83u);
+  ASSERT_EQ(record->property_count(), 11u);
+  ExpectGoldenProperties(*record);
+  ExpectFurtherProperties(*record);
+  EXPECT_EQ(record->counted_bytes(), kBytesOfElevenProperties);
+}
+
+// One after the other, as long as they can be: the lengths of runs are all there is to see of so many properties.
+TEST(BodyCodec, RunsOfPropertiesAreAsLongAsTheyCanBe) {
+  const struct {
+    size_t count;
+    const char* tags;
+  } kRows[] = {{1, "14 "}, {2, "34 "}, {7, "D4 "}, {8, "F4 "}, {9, "F4 14 "}, {17, "F4 F4 14 "}};
+  for (const auto& row : kRows) {
+    std::vector<Value> values;
+    for (size_t i = 0; i < row.count; ++i) {
+      values.push_back(NumberValue(static_cast<CEPROPID>(i) << 16 | CEVT_BOOL, 9));
+    }
+    BodyWriter writer;
+    const Bytes body = Copy(EncodeRecord(*Record::Create(LowWord(kRecordKey), values), kRecordKey, 1, writer));
+    Bytes tags(body.begin() + 11, body.end());
+    tags.erase(std::remove(tags.begin(), tags.end(), 9), tags.end());
+    EXPECT_EQ(tags, FromHex(row.tags)) << row.count;
+    uint64_t flush = 0;
+    const RecordRef again = DecodedRecord(body, flush);
+    ASSERT_TRUE(again) << row.count;
+    EXPECT_EQ(again->property_count(), row.count);
+    EXPECT_EQ(again->IdAt(row.count - 1), static_cast<CEPROPID>(row.count - 1) << 16 | CEVT_BOOL) << row.count;
+  }
 }
 
 TEST(BodyCodec, ARecordsBodyOfTheFirstLayoutIsTheSameRecord) {
@@ -383,6 +452,23 @@ TEST(BodyCodec, ABodyInAnothersRowIsCorrupt) {
   }
 }
 
+TEST(BodyCodec, ABodyInALayoutThatItsKindDoesNotHaveIsCorrupt) {
+  for (const Golden& golden : kGolden) {
+    if (golden.kind == BodyKind::kRecord) continue;  // it has all of them
+    for (const int layout : {0x20, 0x40, 0x80, 0xA0}) {
+      const uint8_t kind = KindByte(golden.kind, static_cast<Layout>(layout));
+      if (kind == golden.bytes[8]) continue;
+      const bool known_compact = layout == 0x20 && golden.kind != BodyKind::kVolume;
+      if (known_compact) continue;
+      BodyWriter writer;
+      writer.Start(golden.kind, static_cast<Layout>(layout));
+      writer.PutBytes(golden.bytes.data() + 9, golden.bytes.size() - 9);
+      EXPECT_EQ(golden.decode(Copy(writer.Seal(golden.key)), golden.key), Status::kCorrupt)
+          << golden.why << ' ' << kind;
+    }
+  }
+}
+
 TEST(BodyCodec, ABodyOfAnotherKindIsCorrupt) {
   for (const Golden& golden : kGolden) {
     BodyWriter writer;
@@ -395,8 +481,7 @@ TEST(BodyCodec, ABodyOfAnotherKindIsCorrupt) {
 // Fields under a right checksum.
 Bytes Sealed(const Golden& golden, const Bytes& fields) {
   BodyWriter writer;
-  const bool first = golden.bytes[8] == static_cast<uint8_t>(golden.kind);
-  writer.Start(golden.kind, first ? Layout::kFirst : Layout::kCompact);
+  writer.Start(golden.kind, static_cast<Layout>(golden.bytes[8] ^ static_cast<uint8_t>(golden.kind)));
   writer.PutBytes(fields.data(), fields.size());
   return Copy(writer.Seal(golden.key));
 }
@@ -472,6 +557,14 @@ TEST(BodyCodec, FieldsThatBreakARuleAreCorruptUnderARightChecksum) {
       {"a block of no records", kGolden[7], "06 01 13 00 00 00 00"},
       {"a block's records out of order", kGolden[7], "06 01 13 00 00 00 02 11 00 00 00"},
       {"a block with fewer records than said", kGolden[7], "06 01 13 00 00 00 02 11 00"},
+      {"a run that could be longer", kGolden[8], "03 02 14 01 14 01"},
+      {"a run that could be longer behind one that is too short", kGolden[8], "03 03 34 01 01 14 01"},
+      {"a run longer than the record", kGolden[8], "03 01 34 01"},
+      {"a run of which the last value is missing", kGolden[8], "03 02 34 01"},
+      {"a run past the largest number", kGolden[8], "03 02 24 FF FF 03 01 01"},
+      {"a number spelled out though it is the next, behind a run", kGolden[8], "03 03 34 01 01 04 02 01"},
+      {"a code without a type, with runs", kGolden[8], "03 01 1B 01"},
+      {"more properties than bytes, with runs", kGolden[8], "03 7F F4 01"},
       {"pairs of one record", kGolden[6], "05 02 11 14 00 15"},
       {"a difference past 32 bits", kGolden[6], "05 01 11 80 80 80 80 10"},
   };

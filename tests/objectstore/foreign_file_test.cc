@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include "volume_file_fixture.h"
+#include "volume_schema.h"
 
 namespace {
 
@@ -40,7 +41,7 @@ TEST_F(ForeignFile, BytesThatAreNoVolumeStayAsTheyAre) {
       {"another page size", changed(16, 0x20)},
       {"without a write-ahead log", changed(18, 1)},
       {"to be read without a write-ahead log", changed(19, 1)},
-      {"another version of the format", changed(63, 3)},
+      {"another version of the format", changed(63, static_cast<char>(objectstore::kFormatVersion + 1))},
       {"another application", changed(71, 'E')},
       {"a damaged table of tables", changed(100, 0x0A)},
       {"a changed statement", changed(sound.find("CREATE TABLE record"), 'c')},

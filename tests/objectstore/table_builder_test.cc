@@ -198,7 +198,7 @@ TEST_F(TableBuilding, ARowThatIsTooLongForAVolumeIsRefused) {
 TEST_F(TableBuilding, TheFirstPageIsThatOfATableMadeWithSql) {
   sqlite3* made = nullptr;
   ASSERT_EQ(sqlite3_open(":memory:", &made), SQLITE_OK);
-  std::string sql = "PRAGMA page_size = 4096; PRAGMA application_id = 1481331268; PRAGMA user_version = 2; BEGIN;";
+  std::string sql = "PRAGMA page_size = 4096; PRAGMA application_id = 1481331268; PRAGMA user_version = 3; BEGIN;";
   for (const SchemaRow& row : kSchema) sql += std::string(row.sql) + ";";
   ASSERT_EQ(sqlite3_exec(made, (sql + "COMMIT").c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
   sqlite3_int64 bytes = 0;

@@ -33,6 +33,11 @@ const struct {
     {"a block of records", "v2/list.vol", "v2/list.txt", false, false},
     {"deletions, a sort by number, a packed column", "v2/missions.xdb", "v2/missions.txt", false, true},
     {"the log of a killed writer beside it", "v2/killed.xdb", "v2/killed.txt", true, true},
+    {"no database", "v3/empty.vol", "v3/empty.txt", false, false},
+    {"every property type, every kind of sort order", "v3/every_type.vol", "v3/every_type.txt", false, false},
+    {"a block of records", "v3/list.vol", "v3/list.txt", false, false},
+    {"deletions, a sort by number, a packed column", "v3/missions.xdb", "v3/missions.txt", false, true},
+    {"the log of a killed writer beside it", "v3/killed.xdb", "v3/killed.txt", true, true},
 };
 
 std::string Bytes(const path& file) {
@@ -86,7 +91,7 @@ TEST_F(Golden, ReadingAVolumeWithoutALogChangesNoByte) {
 }
 
 TEST_F(Golden, TheLogOfTheKilledWriterCounts) {
-  for (const std::string version : {"v1", "v2"}) {
+  for (const std::string version : {"v1", "v2", "v3"}) {
     const VolumeText without =
         damage::TextOfFile(Copy((version + "/killed.xdb").c_str(), false).u16string(), Times::kWith);
     EXPECT_EQ(without.error, 0u) << version;
@@ -108,7 +113,7 @@ TEST_F(Golden, AnOlderVolumeIsOfTodaysVersionOnceItIsChanged) {
     ASSERT_TRUE(CeFlushDBVol(&guid)) << row.why;
     ASSERT_TRUE(CeDeleteDatabaseEx(&guid, added)) << row.why;
     ASSERT_TRUE(CeUnmountDBVol(&guid)) << row.why;
-    EXPECT_EQ(Bytes(copy).substr(60, 4), std::string("\0\0\0\2", 4)) << row.why;
+    EXPECT_EQ(Bytes(copy).substr(60, 4), std::string("\0\0\0\3", 4)) << row.why;
     EXPECT_EQ(damage::TextOfFile(copy.u16string(), Times::kWith).error, 0u) << row.why;
   }
 }
@@ -159,6 +164,9 @@ TEST_F(Golden, ADamagedDatabaseOfAnOlderVolumeIsNotWrittenAnew) {
 TEST_F(Golden, TheVolumesHoldWhatTheyAreKeptFor) {
   EXPECT_EQ(PackedColumns(Copy("v2/list.vol", false)), 2) << "a block and a column";
   EXPECT_EQ(PackedColumns(Copy("v2/missions.xdb", false)), 1);
+  EXPECT_EQ(PackedColumns(Copy("v3/list.vol", false)), 2) << "a block and a column";
+  EXPECT_EQ(PackedColumns(Copy("v3/missions.xdb", false)), 1);
+  EXPECT_NE(Bytes(Of("v3/every_type.txt")).find("0x1d001f="), std::string::npos) << "runs of texts";
   const std::string missions = Bytes(Of("v1/missions.txt"));
   EXPECT_NE(missions.find("\"DELT_0\" type 0x44454c54 flags 0x1f records 11"), std::string::npos);
   EXPECT_NE(missions.find("\"DATA_0\" type 0x44415441 flags 0x1f records 69"), std::string::npos);

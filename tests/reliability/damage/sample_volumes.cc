@@ -89,6 +89,15 @@ CEOID Write(HANDLE handle, CEOID oid, const std::vector<CEPROPVAL>& values) {
   return written;
 }
 
+// Runs of properties of one kind: of five, of one, of eight and of six.
+void WriteRuns(HANDLE handle) {
+  std::vector<std::u16string> texts(20, u"narrow");
+  texts[5] = u"\u0448\u0438\u0440\u043E\u043A\u0438\u0439";
+  std::vector<CEPROPVAL> values;
+  for (uint16_t i = 0; i < texts.size(); ++i) values.push_back(Text(static_cast<uint16_t>(10 + i), texts[i]));
+  Write(handle, 0, values);
+}
+
 void FillEveryType(const CEGUID& volume, HANDLE handle) {
   const std::u16string cases = u"stra\u00DFe \u0416 \U0001F680";
   const std::u16string long_text(4000, u'\u00E9');
@@ -109,6 +118,7 @@ void FillEveryType(const CEGUID& volume, HANDLE handle) {
     const std::u16string text = u"record " + std::u16string(1, static_cast<char16_t>(u'a' + i));
     Write(handle, 0, {Number(4, CEVT_UI4, 1000 - i), Text(8, text), Number(0xFFFF, CEVT_I4, i)});
   }
+  WriteRuns(handle);
   Require(CeFlushDBVol(&volume), "flushing");
   Require(CeDeleteRecord(handle, gone), "deleting a record");
 }

@@ -136,7 +136,7 @@ TEST_F(HostileSchema, AHeaderThatIsNotOursIsRefusedBeforeSQLiteSeesTheFile) {
       {"a format of tables of the future", 44, {"\0\0\0\5", 4}},
       {"pages that move by themselves", 52, {"\0\0\0\5", 4}},
       {"texts in UTF-16", 56, {"\0\0\0\3", 4}},
-      {"another version of the format", 60, {"\0\0\0\3", 4}},
+      {"another version of the format", 60, {"\0\0\0\4", 4}},
       {"pages that move on request", 64, {"\0\0\0\1", 4}},
       {"another application", 68, "GPKG"},
       {"something where nothing is", 72, "x"},

@@ -177,7 +177,7 @@ TEST_F(SideFiles, TheLogOfAnotherDatabaseChangesNothing) {
   } kLogs[] = {
       {"of a larger database", of_a_larger_one, MDbStatusFailed},  // a table that cannot be opened
       {"of another program", of_another_program, MDbStatusCannotOpen},
-      {"that makes it another version", of_a_change("PRAGMA user_version = 3"), MDbStatusCannotOpen},
+      {"that makes it another version", of_a_change("PRAGMA user_version = 4"), MDbStatusCannotOpen},
       {"that makes it another application's", of_a_change("PRAGMA application_id = 7"), MDbStatusCannotOpen},
       {"that makes its pages move", of_a_change("PRAGMA auto_vacuum = FULL; VACUUM"), MDbStatusCannotOpen},
       {"that adds a trigger", of_a_change("CREATE TRIGGER t AFTER INSERT ON record BEGIN DELETE FROM record; END"),
