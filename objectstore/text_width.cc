@@ -5,9 +5,7 @@
 #include <bit>
 #include <cstring>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
+#include "text_vectors.h"
 
 namespace objectstore {
 
@@ -41,11 +39,33 @@ inline void WidenStep<16>(const uint8_t* narrow, uint8_t* to) {
   std::memcpy(to + sizeof front, &back, sizeof back);
 }
 
+#if TEXT_VECTORS >= 2
+
+BY_AVX2 void Widen16ByAvx2(const uint8_t* narrow, uint8_t* to) {
+  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(narrow));
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_cvtepu8_epi16(bytes));
+}
+
+// At least 32 units.
+BY_AVX2 void WidenByAvx2(const uint8_t* narrow, size_t units, uint8_t* to) {
+  for (size_t done = 0; done + 32 < units; done += 32) {
+    Widen16ByAvx2(narrow + done, to + done * sizeof(WCHAR));
+    Widen16ByAvx2(narrow + done + 16, to + (done + 16) * sizeof(WCHAR));
+  }
+  Widen16ByAvx2(narrow + units - 32, to + (units - 32) * sizeof(WCHAR));
+  Widen16ByAvx2(narrow + units - 16, to + (units - 16) * sizeof(WCHAR));
+}
+
+#endif
+
 // What does not fill a last step is taken together with units of the step before it.
 void Widen(const uint8_t* narrow, size_t units, uint8_t* to) {
   const auto last = [&]<size_t kUnits>() {
     WidenStep<kUnits>(narrow + units - kUnits, to + (units - kUnits) * sizeof(WCHAR));
   };
+#if TEXT_VECTORS >= 2
+  if (units >= 32 && ProcessorHasAvx2()) return WidenByAvx2(narrow, units, to);
+#endif
   if (units >= 16) {
     for (size_t done = 0; done + 16 < units; done += 16) WidenStep<16>(narrow + done, to + done * sizeof(WCHAR));
     last.operator()<16>();
@@ -68,11 +88,9 @@ size_t LengthUnitByUnit(const WCHAR* text, size_t most, WCHAR& all_bits) {
   return length;
 }
 
-#if defined(__SSE2__)
+#if TEXT_VECTORS >= 1
 
 using Block = __m128i;  // eight units
-
-#define READS_WHOLE_BLOCKS __attribute__((no_sanitize("address", "thread")))
 
 READS_WHOLE_BLOCKS inline unsigned ZeroBytes(Block block) {
   return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(block, _mm_setzero_si128())));
@@ -114,7 +132,7 @@ inline void NarrowStep(const WCHAR* units, uint8_t* to) {
 
 }  // namespace
 
-#if defined(__SSE2__)
+#if TEXT_VECTORS >= 1
 
 // In aligned blocks: one never leaves the page of a unit that is to be read, but may reach beyond the text, which the
 // sanitizers would not have anybody read. A text at an odd address is never aligned.

@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <bit>
 #include <string>
+#include <type_traits>
 
 #include "text_folding.h"
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
+#include "text_vectors.h"
 
 namespace wordbreaker {
 namespace {
@@ -28,10 +26,11 @@ TextExtent ExtentUnitByUnit(const char16_t* text) {
 
 size_t Rarity(char16_t unit) { return std::min(kLettersByFrequency.find(unit), kLettersByFrequency.size()); }
 
-#if defined(__SSE2__)
+#if TEXT_VECTORS >= 1
 
 constexpr size_t kBlockUnits = sizeof(__m128i) / sizeof(char16_t);
 constexpr size_t kPieceBlocks = 4;
+constexpr size_t kPieceUnits = kPieceBlocks * kBlockUnits;
 
 __m128i Load(const void* units) { return _mm_loadu_si128(static_cast<const __m128i*>(units)); }
 
@@ -59,23 +58,23 @@ struct InAscii {
 // The same where they have been packed and have the bit of their case.
 struct InPacked {
   using Text = char;
-  static bool Equal(char text, char16_t unit) { return text == static_cast<char>(unit | kCaseBit); }
+  static char Packed(char16_t unit) { return static_cast<char>(unit | kCaseBit); }
+  static bool Equal(char text, char16_t unit) { return text == Packed(unit); }
   static __m128i Spread(char16_t unit) { return InAscii::Spread(unit); }
   static __m128i EqualOf16(const char* text, __m128i spread) { return _mm_cmpeq_epi8(Load(text), spread); }
 };
 
 // Of a block in which the text ends there may be units that belong to something else, which the sanitizers would
 // not have anybody read.
-__attribute__((no_sanitize("address", "thread"))) __m128i LoadAligned(const __m128i* block) { return *block; }
+READS_WHOLE_BLOCKS __m128i LoadAligned(const __m128i* block) { return *block; }
 
 void Store(void* place, __m128i units) { _mm_storeu_si128(static_cast<__m128i*>(place), units); }
 
 uint32_t Bits(__m128i bytes) { return static_cast<uint32_t>(_mm_movemask_epi8(bytes)); }
 
 __m128i AreZero(__m128i units) { return _mm_cmpeq_epi16(units, _mm_setzero_si128()); }
-uint32_t Zeros(__m128i units) { return Bits(AreZero(units)); }
 
-// Four blocks, a byte for each unit.
+// Four blocks, packed: a byte for each unit.
 struct PackedPiece {
   __m128i first;
   __m128i second;
@@ -93,9 +92,102 @@ bool IsAscii(const PackedPiece& piece) {
   return Bits(_mm_or_si128(zeros, _mm_or_si128(piece.first, piece.second))) == 0;
 }
 
+// Where the packed units of a text go.
+class PackingRoom {
+ public:
+  explicit PackingRoom(std::span<char> room) : next_(room.data()), end_(room.data() + room.size()) {}
+
+  bool HasRoom() const { return static_cast<size_t>(end_ - next_) >= kPieceUnits; }
+  void Put(const PackedPiece& piece) {
+    const __m128i case_bits = _mm_set1_epi8(kCaseBit);
+    Store(next_, _mm_or_si128(piece.first, case_bits));
+    Store(next_ + sizeof(__m128i), _mm_or_si128(piece.second, case_bits));
+    next_ += kPieceUnits;
+  }
+  char* next() const { return next_; }
+  void TakeUpTo(char* next) { next_ = next; }
+
+ private:
+  char* next_;
+  const char* end_;
+};
+
+// The first of the pieces from here on that is not plain ASCII or for which there is no room. Those before it are packed.
+const __m128i* PackPieces(const __m128i* piece, PackingRoom& room) {
+  for (; room.HasRoom(); piece += kPieceBlocks) {
+    const PackedPiece packed = PackPiece(piece);
+    if (!IsAscii(packed)) break;
+    room.Put(packed);
+  }
+  return piece;
+}
+
+#if TEXT_VECTORS >= 2
+
+BY_AVX2 READS_WHOLE_BLOCKS const __m128i* PackPiecesByAvx2(const __m128i* piece, PackingRoom& room) {
+  const __m256i case_bits = _mm256_set1_epi8(kCaseBit);
+  for (; room.HasRoom(); piece += kPieceBlocks) {
+    const auto* const halves = reinterpret_cast<const __m256i*>(piece);
+    // Each half is packed by itself; then the quarters stand in the order 0, 2, 1, 3.
+    const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(halves[0], halves[1]), 0b11011000);
+    const __m256i zeros = _mm256_cmpeq_epi8(packed, _mm256_setzero_si256());
+    if (_mm256_movemask_epi8(_mm256_or_si256(packed, zeros)) != 0) break;
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(room.next()), _mm256_or_si256(packed, case_bits));
+    room.TakeUpTo(room.next() + kPieceUnits);
+  }
+  return piece;
+}
+
+// Of 32 places, those where both characters stand.
+BY_AVX2 __m256i AreBoth(const char* first, __m256i first_unit, const char* second, __m256i second_unit) {
+  const __m256i here = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(first));
+  const __m256i there = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(second));
+  return _mm256_and_si256(_mm256_cmpeq_epi8(here, first_unit), _mm256_cmpeq_epi8(there, second_unit));
+}
+
+// The first of the steps from here on that has a place where both characters stand, or that is not a whole one any more.
+BY_AVX2 size_t StepWithBothByAvx2(const char* first, char first_unit, const char* second, char second_unit, size_t from,
+                                  size_t starts) {
+  constexpr size_t kHalf = sizeof(__m256i);
+  const __m256i first_units = _mm256_set1_epi8(first_unit);
+  const __m256i second_units = _mm256_set1_epi8(second_unit);
+  for (; from + 2 * kHalf <= starts; from += 2 * kHalf) {
+    const __m256i here = AreBoth(first + from, first_units, second + from, second_units);
+    const __m256i behind = AreBoth(first + from + kHalf, first_units, second + from + kHalf, second_units);
+    if (_mm256_movemask_epi8(_mm256_or_si256(here, behind)) != 0) break;
+  }
+  return from;
+}
+
+const __m128i* SkipPieces(const __m128i* piece, PackingRoom& room) {
+  return ProcessorHasAvx2() ? PackPiecesByAvx2(piece, room) : PackPieces(piece, room);
+}
+
+#else
+
+const __m128i* SkipPieces(const __m128i* piece, PackingRoom& room) { return PackPieces(piece, room); }
+
+#endif
+
 // Ones for each unit that is ASCII.
 __m128i AreAscii(__m128i units) { return AreZero(_mm_and_si128(units, _mm_set1_epi16(static_cast<int16_t>(0xFF80)))); }
-uint32_t BeyondAscii(__m128i units) { return Bits(AreAscii(units)) ^ 0xFFFF; }
+
+// A bit for each unit of a piece.
+struct PieceBits {
+  uint32_t zeros;
+  uint32_t ascii;
+};
+
+PieceBits LookAt(const __m128i* piece) {
+  const __m128i a = LoadAligned(piece);
+  const __m128i b = LoadAligned(piece + 1);
+  const __m128i c = LoadAligned(piece + 2);
+  const __m128i d = LoadAligned(piece + 3);
+  const auto bits = [&](auto are) {
+    return Bits(_mm_packs_epi16(are(a), are(b))) | Bits(_mm_packs_epi16(are(c), are(d))) << 16;
+  };
+  return {bits(AreZero), bits(AreAscii)};
+}
 
 #else
 
@@ -118,70 +210,58 @@ struct InPacked {
 
 }  // namespace
 
-#if defined(__SSE2__)
+#if TEXT_VECTORS >= 1
 
-// Read in aligned blocks of eight units, four at a time where they lie in one aligned piece, so that none is in a page
-// where the text has nothing. Units before the text and behind its end take no part in the answer. A text at an odd
-// address is never aligned and is read unit by unit.
+// Read in aligned pieces, so that none is in a page where the text has nothing. Units before the text and behind its end
+// take no part in the answer. A text at an odd address is never aligned, and is not for this.
 //
-// take_piece and take_block are given what was read, one after the other, and say whether they have room for it.
-template <typename TakePiece, typename TakeBlock>
-std::optional<TextExtent> Scan(const char16_t* text, TakePiece take_piece, TakeBlock take_block) {
+// skip_pieces answers with the first piece from the given one on that is not plain ASCII; that and the first piece of the
+// text are looked at here, and given to take_piece, which says whether to go on.
+template <typename SkipPieces, typename TakePiece>
+std::optional<TextExtent> Scan(const char16_t* text, SkipPieces skip_pieces, TakePiece take_piece) {
+  constexpr size_t kPieceBytes = kPieceUnits * sizeof(char16_t);
   const auto address = reinterpret_cast<uintptr_t>(text);
-  const size_t before = address % sizeof(__m128i);
-  uint32_t in_text = ~uint32_t{0} << before;  // two bits a unit
+  const size_t before = address % kPieceBytes;
+  uint32_t in_text = ~uint32_t{0} << before / sizeof(char16_t);
   bool ascii = true;
-  for (const auto* block = reinterpret_cast<const __m128i*>(address - before);; ++block) {
-    if (reinterpret_cast<uintptr_t>(block) % (kPieceBlocks * sizeof(__m128i)) == 0) {
-      const __m128i* const first = block;
-      for (PackedPiece piece = PackPiece(block); IsAscii(piece); piece = PackPiece(block)) {
-        if (!take_piece(piece)) return std::nullopt;
-        block += kPieceBlocks;
-      }
-      if (block != first) in_text = ~uint32_t{0};
-    }
-    const __m128i units = LoadAligned(block);
-    if (!take_block(units)) return std::nullopt;
-    const uint32_t ends = Zeros(units) & in_text;
+  for (const auto* piece = reinterpret_cast<const __m128i*>(address - before);;) {
+    if (!take_piece(piece)) return std::nullopt;
+    const PieceBits bits = LookAt(piece);
+    const uint32_t ends = bits.zeros & in_text;
     if (ends != 0) in_text &= (ends & ~(ends - 1)) - 1;
-    ascii = ascii && (BeyondAscii(units) & in_text) == 0;
+    ascii = ascii && (~bits.ascii & in_text) == 0;
     if (ends != 0) {
-      const uintptr_t end = reinterpret_cast<uintptr_t>(block) + static_cast<size_t>(std::countr_zero(ends));
+      const uintptr_t end =
+          reinterpret_cast<uintptr_t>(piece) + static_cast<size_t>(std::countr_zero(ends)) * sizeof(char16_t);
       return TextExtent{(end - address) / sizeof(char16_t), ascii};
     }
     in_text = ~uint32_t{0};
+    piece = skip_pieces(piece + kPieceBlocks);
   }
 }
 
 TextExtent ExtentOf(const char16_t* text) {
   if (reinterpret_cast<uintptr_t>(text) % sizeof(char16_t) != 0) return ExtentUnitByUnit(text);
-  return *Scan(
-      text, [](const PackedPiece&) { return true; }, [](__m128i) { return true; });
+  const auto skip_pieces = [](const __m128i* piece) {
+    while (IsAscii(PackPiece(piece))) piece += kPieceBlocks;
+    return piece;
+  };
+  return *Scan(text, skip_pieces, [](const __m128i*) { return true; });
 }
 
 std::optional<PackedText> PackTerminated(const char16_t* text, std::span<char> room) {
   const auto address = reinterpret_cast<uintptr_t>(text);
-  if (address % sizeof(char16_t) != 0 || room.size() < kPieceBlocks * kBlockUnits) return std::nullopt;
-  const __m128i case_bits = _mm_set1_epi8(kCaseBit);
-  char* next = room.data();
-  const char* const last_piece = next + room.size() - kPieceBlocks * kBlockUnits;
-  const auto take_piece = [&next, last_piece, case_bits](const PackedPiece& piece) {
-    if (next > last_piece) return false;
-    Store(next, _mm_or_si128(piece.first, case_bits));
-    Store(next + sizeof(__m128i), _mm_or_si128(piece.second, case_bits));
-    next += kPieceBlocks * kBlockUnits;
+  if (address % sizeof(char16_t) != 0) return std::nullopt;
+  PackingRoom left(room);
+  const auto skip_pieces = [&left](const __m128i* piece) { return SkipPieces(piece, left); };
+  const auto take_piece = [&left](const __m128i* piece) {
+    if (!left.HasRoom()) return false;
+    left.Put(PackPiece(piece));
     return true;
   };
-  const auto take_block = [&next, last_piece, case_bits](__m128i units) {
-    if (next > last_piece) return false;
-    const __m128i bytes = _mm_or_si128(_mm_packus_epi16(units, units), case_bits);
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(next), bytes);
-    next += kBlockUnits;
-    return true;
-  };
-  const std::optional<TextExtent> extent = Scan(text, take_piece, take_block);
+  const std::optional<TextExtent> extent = Scan(text, skip_pieces, take_piece);
   if (!extent) return std::nullopt;
-  const size_t first = address % sizeof(__m128i) / sizeof(char16_t);
+  const size_t first = address / sizeof(char16_t) % kPieceUnits;
   return PackedText{*extent, std::string_view(room.data() + first, extent->size)};
 }
 
@@ -234,7 +314,15 @@ size_t WordFilter::Next(std::basic_string_view<typename Comparison::Text> text, 
   const size_t starts = text.size() - word_size_ + 1;
   const auto* const first = text.data() + units_[0].offset;
   const auto* const second = text.data() + units_[1].offset;
-#if defined(__SSE2__)
+#if TEXT_VECTORS >= 1
+#if TEXT_VECTORS >= 2
+  if constexpr (std::is_same_v<Comparison, InPacked>) {
+    if (ProcessorHasAvx2()) {
+      from = StepWithBothByAvx2(first, InPacked::Packed(units_[0].unit), second, InPacked::Packed(units_[1].unit), from,
+                                starts);
+    }
+  }
+#endif
   const __m128i first_unit = Comparison::Spread(units_[0].unit);
   const __m128i second_unit = Comparison::Spread(units_[1].unit);
   const auto both = [&](size_t start) {

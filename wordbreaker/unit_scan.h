@@ -1,8 +1,8 @@
 // The passes over a text's UTF-16 units, many at a time where the processor has SSE2 and one at a time elsewhere.
 //
-// (U1) Both ways give the same answers. (U2) Nothing outside a text is looked at, except that finding a terminated
-// text's end may read from the last address before it that is a multiple of 16 up to the next one of 64, which never
-// leaves the pages of its units.
+// (U1) All ways give the same answers, also that of processors with AVX2, of which they are asked. (U2) Nothing outside a
+// text is looked at, except that finding a terminated text's end may read from the last multiple of 64 before it up to the
+// next one behind it, which never leaves the pages of its units.
 #pragma once
 
 #include <array>

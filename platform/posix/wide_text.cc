@@ -11,9 +11,7 @@
 #include <cstdarg>
 #include <limits>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
+#include "text_vectors.h"
 
 namespace {
 
@@ -67,16 +65,45 @@ size_t LengthUnitByUnit(const WCHAR* text) {
 
 }  // namespace
 
-#if defined(__SSE2__)
+#if TEXT_VECTORS >= 1
 
 namespace {
 
 using Block = __m128i;  // eight units
 
-#define READS_WHOLE_BLOCKS __attribute__((no_sanitize("address", "thread")))
-
 READS_WHOLE_BLOCKS Block ZerosOf(const Block* block) { return _mm_cmpeq_epi16(*block, _mm_setzero_si128()); }
 unsigned ZeroBytes(Block zeros) { return static_cast<unsigned>(_mm_movemask_epi8(zeros)); }
+
+constexpr size_t kPieceBlocks = 4;
+
+// The first of the pieces from here on that holds a zero.
+READS_WHOLE_BLOCKS const Block* PieceWithZero(const Block* piece) {
+  while (ZeroBytes(_mm_or_si128(_mm_or_si128(ZerosOf(piece), ZerosOf(piece + 1)),
+                                _mm_or_si128(ZerosOf(piece + 2), ZerosOf(piece + 3)))) == 0) {
+    piece += kPieceBlocks;
+  }
+  return piece;
+}
+
+#if TEXT_VECTORS >= 2
+
+BY_AVX2 READS_WHOLE_BLOCKS const Block* PieceWithZeroByAvx2(const Block* piece) {
+  for (;; piece += kPieceBlocks) {
+    const auto* const halves = reinterpret_cast<const __m256i*>(piece);
+    const __m256i zeros = _mm256_cmpeq_epi16(_mm256_min_epu16(halves[0], halves[1]), _mm256_setzero_si256());
+    if (_mm256_movemask_epi8(zeros) != 0) return piece;
+  }
+}
+
+const Block* NextPieceWithZero(const Block* piece) {
+  return ProcessorHasAvx2() ? PieceWithZeroByAvx2(piece) : PieceWithZero(piece);
+}
+
+#else
+
+const Block* NextPieceWithZero(const Block* piece) { return PieceWithZero(piece); }
+
+#endif
 
 }  // namespace
 
@@ -84,7 +111,6 @@ unsigned ZeroBytes(Block zeros) { return static_cast<unsigned>(_mm_movemask_epi8
 // ends the text, but may reach beyond the text, which the sanitizers would not have anybody read. A text at an odd address
 // is never aligned.
 READS_WHOLE_BLOCKS size_t wcslen(const WCHAR* text) {
-  constexpr size_t kPieceBlocks = 4;
   const auto address = reinterpret_cast<uintptr_t>(text);
   if (address % sizeof(WCHAR) != 0) return LengthUnitByUnit(text);
   // The block that the text begins in is looked at whole; what stands in it before the text is left out.
@@ -94,10 +120,7 @@ READS_WHOLE_BLOCKS size_t wcslen(const WCHAR* text) {
   while (zeros == 0) {
     ++block;
     if (reinterpret_cast<uintptr_t>(block) % (kPieceBlocks * sizeof(Block)) == 0) {
-      while (ZeroBytes(_mm_or_si128(_mm_or_si128(ZerosOf(block), ZerosOf(block + 1)),
-                                    _mm_or_si128(ZerosOf(block + 2), ZerosOf(block + 3)))) == 0) {
-        block += kPieceBlocks;
-      }
+      block = NextPieceWithZero(block);
     }
     zeros = ZeroBytes(ZerosOf(block));
   }

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <string>
+
+#include "last_units.h"
 
 namespace {
 
@@ -139,6 +142,21 @@ TEST(WideText, ComparisonWithCaseIsByUnitsWithoutSign) {
   EXPECT_EQ(wcscmp(u"abc", u"ab"), 1);
   EXPECT_EQ(wcscmp(u"a", u"A"), 1);
   EXPECT_EQ(wcscmp(u"\uFFFD", u"a"), 1);
+}
+
+// At every place in the widest piece that is read at once, and up to the end of what may be read at all.
+TEST(WideText, ALengthEndsAtTheFirstZero) {
+  const LastUnits memory;
+  for (size_t behind = 0; behind < 40; ++behind) {
+    for (size_t units = 0; units < 200; ++units) {
+      WCHAR* const text = memory.Take(units + 1 + behind);
+      std::fill_n(text - 40, 40, WCHAR{0});
+      for (size_t i = 0; i < units; ++i) text[i] = i % 2 == 0 ? WCHAR{0x0100} : WCHAR{1};
+      text[units] = 0;
+      std::fill_n(text + units + 1, behind, WCHAR{0xFFFF});
+      ASSERT_EQ(wcslen(text), units) << behind << " units behind";
+    }
+  }
 }
 
 TEST(WideText, TextIsCopiedAndAppendedWithItsEnd) {
