@@ -181,10 +181,12 @@ void EditFirstOfSorted(Stage& stage) { stage.store.EditFirstOfSorted(stage.citie
 
 void PrepareEditAfterSort(Stage& stage) {
   stage.cities.push_back(MakeText("New city"));
+  stage.wanted.front().texts[kCity] = stage.cities.back();
   const auto smaller = [](const Record& a, const Record& b) { return a.number < b.number; };
   std::min_element(stage.wanted.begin(), stage.wanted.end(), smaller)->texts[kCity] = stage.cities.back();
   for (int i = 0; i < 2; ++i) {
     Reopen(stage);
+    for (int j = 0; j < 2; ++j) EditFirstOfSorted(stage);  // the first commits of an opened file are another matter
     SortBefore(stage, SortBy::kDate);
     SortBefore(stage, SortBy::kNumber);
     if (i == 1) break;

@@ -27,6 +27,7 @@ class Round {
   void Query(RoundReport& report);
   void Sort(RoundReport& report);
   void EditAfterSort(RoundReport& report);
+  double TimeEditAfterSort(size_t commits);
   void Edit(RoundReport& report);
   void Delete(RoundReport& report);
   void Add(RoundReport& report);

@@ -25,6 +25,7 @@ inline constexpr std::array kRows = {
     Row{"sort_number", "sort by number"},
     Row{"sort_date", "sort by date"},
     Row{"edit_after_sort", "first durable edit after a sort"},
+    Row{"edit_after_sort_first", "the same, as the first commit"},
     Row{"query_number", "find a number"},
     Row{"query_word", "find a word (SQLite: LIKE)"},
     Row{"add_10_find_word", "10 adds, find a word (SQLite: FTS5)"},

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "column_body.h"
 #include "database_body.h"
 #include "record_body.h"
 #include "requirement.h"
@@ -163,9 +164,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const Status status = Decode(kind, body, key, again);
   FUZZ_REQUIRE(status == Status::kOk || status == Status::kCorrupt, "a body is decoded or corrupt");
   if (status != Status::kOk) return 0;
-  const Layout newest = kind == BodyKind::kVolume   ? Layout::kFirst
-                        : kind == BodyKind::kRecord ? Layout::kRuns
-                                                    : Layout::kCompact;
+  const Layout newest = kind == BodyKind::kVolume     ? Layout::kFirst
+                        : kind == BodyKind::kDatabase ? Layout::kCompact
+                                                      : Layout::kRuns;
   FUZZ_REQUIRE(layout <= newest, "a layout that the kind does not have is corrupt");
   // A body of an older layout is written as one of the newest, and that is read as the same; but a database's of the
   // first does not name its records, and is not written before it has been loaded.

@@ -11,15 +11,21 @@
 #include <memory>
 #include <span>
 
-#include "platform_types.h"
+#include "object_store.h"
 #include "status.h"
 
 namespace objectstore {
 
+// The row keys of records and of packed columns: the database's identifier above, the record's or property's below.
+constexpr int64_t RowKey(CEOID database, uint32_t below) {
+  return static_cast<int64_t>(uint64_t{database} << 32 | below);
+}
+constexpr CEOID LowWord(int64_t key) { return static_cast<CEOID>(static_cast<uint64_t>(key)); }
+
 enum class BodyKind : uint8_t { kVolume = 'V', kDatabase = 'D', kRecord = 'R', kPacked = 'P', kBlock = 'B' };
 
 // How the fields behind the kind are laid out. The first version of the format knew one way for each kind; the compact
-// way, which its kind's letter in lower case marks, came with the second; with the third, for records alone, that of
+// way, which its kind's letter in lower case marks, came with the second; with the third, for what holds records, that of
 // runs, marked by the top bit as well.
 enum class Layout : uint8_t { kFirst = 0, kCompact = 'r' - 'R', kRuns = 0x80 | kCompact };
 
@@ -62,19 +68,6 @@ class BodyWriter {
     for (; number >= 0x80; number >>= 7) *next++ = static_cast<uint8_t>(number | 0x80);
     *next++ = static_cast<uint8_t>(number);
     return next;
-  }
-  // The same for a number that is as often long as short: without a branch that nobody can foresee.
-  // So many bytes behind those that it takes may be written, and need room as well.
-  static constexpr size_t kLongestCount32 = 5;
-  static constexpr size_t kWrittenBehind = 3;
-  static uint8_t* AppendCount32(uint8_t* next, uint32_t number) {
-    if (number < 0x80 || std::endian::native != std::endian::little) return AppendCount(next, number);
-    static constexpr uint64_t kMoreFollow[] = {0, 0, 0x80, 0x8080, 0x808080, 0x80808080};
-    const auto bytes = static_cast<unsigned>(std::bit_width(number) * 9 + 64) / 64;
-    const uint64_t pairs = (number & 0x3FFF) | (number & 0x0FFFC000) << 2 | (number & uint64_t{0xF0000000}) << 4;
-    const uint64_t bits = (pairs & 0x0F007F007F) | (pairs & 0x3F803F80) << 1 | kMoreFollow[bytes];
-    std::memcpy(next, &bits, sizeof bits);
-    return next + bytes;
   }
   void TakeUpTo(const uint8_t* next) { size_ = static_cast<size_t>(next - bytes_.get()); }
 

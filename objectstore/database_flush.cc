@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "column_body.h"
 #include "database.h"
 #include "open_database.h"
 

@@ -151,6 +151,19 @@ class Record {
   }  // which will be needed soon
   void SetNumberAt(size_t index, uint32_t number) { Properties()[index].value = number; }
 
+  // Puts the numbers of a record that has the same properties as another, all of them numbers of at most four bytes, into
+  // every so manyeth place; false if it has not.
+  bool NumbersLike(const Record& other, uint32_t* to, size_t stride) const {
+    if (property_count_ != other.property_count_) return false;
+    const Property* const alike = other.Properties();
+    const Property* property = Properties();
+    for (size_t i = 0; i < property_count_; ++i, ++property, to += stride) {
+      if (property->id != alike[i].id) return false;
+      *to = property->value;
+    }
+    return true;
+  }
+
   // Whether both have the same property there, with the same value.
   bool SameAt(size_t index, const Record& other) const;
 

@@ -16,13 +16,6 @@ namespace {
 // The fewest bytes that a property takes in a body: in a run it has no tag of its own.
 constexpr size_t kSmallestPropertyBytes = 1;
 
-// So large a row is surely one that a file takes; what could be larger is not made a block.
-constexpr size_t kLargestBlockBytes = 1 << 20;
-constexpr size_t kBlockHeadBytes = 64;  // more than stands in front of the properties and between them and the records
-
-// While one record is written, the memory of the one so many behind it is fetched.
-constexpr size_t kAhead = 16;
-
 bool IsAllZero(std::span<const uint8_t> bytes) {
   return std::all_of(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte == 0; });
 }
@@ -125,44 +118,6 @@ void DecodePayload(BodyReader& reader, PropertyCode code, Value& value) {
   }
 }
 
-uint8_t* AppendStep(uint8_t* next, uint32_t number, uint32_t before) {
-  return BodyWriter::AppendCount32(next, ZigZag32(number - before));
-}
-
-// The pairs of a column; how many there are is returned.
-size_t PutPairs(std::span<const RecordRef> records, CEPROPID property, BodyWriter& writer) {
-  constexpr size_t kLongestPair = 2 * BodyWriter::kLongestCount32;
-  uint8_t* next = writer.Room(records.size() * kLongestPair + BodyWriter::kWrittenBehind);
-  size_t pairs = 0;
-  size_t index = 0;
-  CEOID oid_before = 0;
-  uint32_t number_before = 0;
-  for (size_t i = 0; i < records.size(); ++i) {
-    const Record* const record = records[i].get();
-    if (i + kAhead < records.size()) records[i + kAhead]->FetchNumberAt(index);
-    if (index >= record->property_count() || record->IdAt(index) != property) {
-      const size_t found = record->IndexOf(property);
-      if (found == Record::kNowhere) continue;
-      index = found;  // where it is in the next one, most likely
-    }
-    const uint32_t number = record->NumberAt(index);
-    next = BodyWriter::AppendCount(next, record->oid() - oid_before);
-    next = AppendStep(next, number, number_before);
-    oid_before = record->oid();
-    number_before = number;
-    ++pairs;
-  }
-  writer.TakeUpTo(next);
-  return pairs;
-}
-
-bool HoldsNumbersOnly(const Record& record) {
-  for (size_t i = 0; i < record.property_count(); ++i) {
-    if (FixedWidth(record.IdAt(i)) != sizeof(uint32_t)) return false;
-  }
-  return record.property_count() != 0;
-}
-
 }  // namespace
 
 std::span<const uint8_t> EncodeRecord(const Record& record, int64_t key, uint64_t flush, BodyWriter& writer) {
@@ -230,102 +185,6 @@ Status RecordDecoder::Decode(std::span<const uint8_t> body, int64_t key, RecordR
   if (counted_bytes > CEDB_MAXRECORDSIZE) return Status::kCorrupt;
   record = Record::Create(LowWord(key), values_, counted_bytes, arena);
   return Status::kOk;
-}
-
-// Identifiers and values as differences from those before, which are small where there is an order in them.
-std::span<const uint8_t> EncodePacked(std::span<const RecordRef> records, uint64_t flush, int64_t key,
-                                      BodyWriter& writer) {
-  size_t pairs = records.size();  // mostly; where some records lack the property, all is done again
-  for (;;) {
-    writer.Start(BodyKind::kPacked, Layout::kCompact);
-    writer.PutCount(flush);
-    writer.PutCount(pairs);
-    const size_t put = PutPairs(records, LowWord(key), writer);
-    if (put == pairs) return writer.Seal(key);
-    pairs = put;
-  }
-}
-
-Status DecodePacked(std::span<const uint8_t> body, int64_t key, PackedColumn& column) {
-  BodyReader reader(body, BodyKind::kPacked, key);
-  const bool compact = reader.layout() == Layout::kCompact;
-  column.property = LowWord(key);
-  column.flush = compact ? reader.GetCount(std::numeric_limits<uint64_t>::max()) : reader.Get64();
-  const uint64_t count = compact ? reader.GetCount(CEDB_MAXNUMRECORDS) : reader.Get32();
-  if (FixedWidth(column.property) != sizeof(uint32_t) || count > CEDB_MAXNUMRECORDS) reader.Reject();
-  CEOID previous = 0;
-  uint32_t number = 0;
-  for (uint64_t i = 0; i < count && reader.ok(); ++i) {
-    const CEOID oid =
-        compact ? previous + static_cast<CEOID>(reader.GetCount(std::numeric_limits<CEOID>::max())) : reader.Get32();
-    number = compact ? number + static_cast<uint32_t>(GetSigned(reader, 32)) : reader.Get32();
-    if (oid <= previous) reader.Reject();
-    previous = oid;
-    column.values.emplace_back(oid, number);
-  }
-  return reader.Finished();
-}
-
-RecordRef RecordBlock::RecordAt(size_t index, std::vector<Value>& values, RecordArena* arena) const {
-  values.clear();
-  for (size_t i = 0; i < properties.size(); ++i) {
-    values.push_back(NumberValue(properties[i], numbers[index * properties.size() + i]));
-  }
-  return Record::Create(oids[index], values, arena);
-}
-
-std::span<const uint8_t> EncodeBlock(std::span<const RecordRef> records, uint64_t flush, int64_t key,
-                                     BodyWriter& writer) {
-  if (records.empty() || !HoldsNumbersOnly(*records.front())) return {};
-  const Record& first = *records.front();
-  const size_t width = first.property_count();
-  const size_t room = records.size() * (1 + width) * BodyWriter::kLongestCount32 + BodyWriter::kWrittenBehind;
-  if (room + kBlockHeadBytes + width * sizeof(CEPROPID) > kLargestBlockBytes) return {};
-  writer.Start(BodyKind::kBlock, Layout::kCompact);
-  writer.PutCount(flush);
-  writer.PutCount(width);
-  for (size_t i = 0; i < width; ++i) writer.Put32(first.IdAt(i));
-  writer.PutCount(records.size());
-  uint8_t* next = writer.Room(room);
-  const Record* before = nullptr;
-  for (size_t i = 0; i < records.size(); ++i) {
-    const Record* const record = records[i].get();
-    if (i + kAhead < records.size()) records[i + kAhead]->FetchNumberAt(width - 1);
-    if (record->property_count() != width) return {};
-    next = BodyWriter::AppendCount(next, record->oid() - (before != nullptr ? before->oid() : 0));
-    for (size_t j = 0; j < width; ++j) {
-      if (record->IdAt(j) != first.IdAt(j)) return {};
-      next = AppendStep(next, record->NumberAt(j), before != nullptr ? before->NumberAt(j) : 0);
-    }
-    before = record;
-  }
-  writer.TakeUpTo(next);
-  return writer.Seal(key);
-}
-
-Status DecodeBlock(std::span<const uint8_t> body, int64_t key, RecordBlock& block) {
-  BodyReader reader(body, BodyKind::kBlock, key);
-  if (reader.layout() != Layout::kCompact || LowWord(key) != kBlockRow) reader.Reject();
-  block.flush = reader.GetCount(std::numeric_limits<uint64_t>::max());
-  const uint64_t width = reader.GetCount(body.size() / sizeof(CEPROPID));
-  for (uint64_t i = 0; i < width && reader.ok(); ++i) {
-    block.properties.push_back(reader.Get32());
-    if (FixedWidth(block.properties.back()) != sizeof(uint32_t)) reader.Reject();
-  }
-  const uint64_t count = reader.GetCount(CEDB_MAXNUMRECORDS);
-  if (width == 0 || count == 0) reader.Reject();
-  uint64_t oid = 0;
-  for (uint64_t i = 0; i < count && reader.ok(); ++i) {
-    const uint64_t step = reader.GetCount(std::numeric_limits<CEOID>::max());
-    oid += step;
-    if (step == 0 || oid > std::numeric_limits<CEOID>::max()) reader.Reject();
-    block.oids.push_back(static_cast<CEOID>(oid));
-    for (uint64_t j = 0; j < width && reader.ok(); ++j) {
-      const uint32_t before = i == 0 ? 0 : block.numbers[block.numbers.size() - width];
-      block.numbers.push_back(before + static_cast<uint32_t>(GetSigned(reader, 32)));
-    }
-  }
-  return reader.Finished();
 }
 
 }  // namespace objectstore

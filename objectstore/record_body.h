@@ -1,20 +1,13 @@
-// The body of a record's row, and that of a packed column. docs/volume-format.md shows every byte.
+// The body of a record's row. docs/volume-format.md shows every byte.
 #pragma once
 
 #include <span>
-#include <utility>
 #include <vector>
 
 #include "body_codec.h"
 #include "record.h"
 
 namespace objectstore {
-
-// The row keys of records and of packed columns: the database's identifier above, the record's or property's below.
-constexpr int64_t RowKey(CEOID database, uint32_t below) {
-  return static_cast<int64_t>(uint64_t{database} << 32 | below);
-}
-constexpr CEOID LowWord(int64_t key) { return static_cast<CEOID>(static_cast<uint64_t>(key)); }
 
 std::span<const uint8_t> EncodeRecord(const Record& record, int64_t key, uint64_t flush, BodyWriter& writer);
 
@@ -30,35 +23,5 @@ class RecordDecoder {
   std::vector<Value> values_;
   std::vector<uint8_t> narrowed_;  // texts that a body of the first layout spends two bytes a unit on
 };
-
-// The values of one property of four bytes in all records of a database that have it, as of one flush.
-struct PackedColumn {
-  CEPROPID property = 0;
-  uint64_t flush = 0;
-  std::vector<std::pair<CEOID, uint32_t>> values;  // by ascending identifier
-};
-
-// Records that hold nothing but numbers of four bytes, all of them the same properties in the same order. A database has
-// one such block at most, under the key whose lower half is this.
-inline constexpr uint32_t kBlockRow = 0;
-
-struct RecordBlock {
-  uint64_t flush = 0;
-  std::vector<CEPROPID> properties;
-  std::vector<CEOID> oids;        // ascending
-  std::vector<uint32_t> numbers;  // of each record, in the order of the properties
-
-  RecordRef RecordAt(size_t index, std::vector<Value>& values, RecordArena* arena) const;
-};
-
-// The block of these records, which stand by ascending identifier; no bytes when they do not make one.
-std::span<const uint8_t> EncodeBlock(std::span<const RecordRef> records, uint64_t flush, int64_t key,
-                                     BodyWriter& writer);
-Status DecodeBlock(std::span<const uint8_t> body, int64_t key, RecordBlock& block);
-
-// The column of the property that the key names, of these records, which stand by ascending identifier.
-std::span<const uint8_t> EncodePacked(std::span<const RecordRef> records, uint64_t flush, int64_t key,
-                                      BodyWriter& writer);
-Status DecodePacked(std::span<const uint8_t> body, int64_t key, PackedColumn& column);
 
 }  // namespace objectstore

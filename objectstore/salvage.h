@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "column_body.h"
 #include "database_body.h"
 #include "record_body.h"
 #include "table_page.h"
