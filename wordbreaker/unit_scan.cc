@@ -97,7 +97,7 @@ class PackingRoom {
  public:
   explicit PackingRoom(std::span<char> room) : next_(room.data()), end_(room.data() + room.size()) {}
 
-  bool HasRoom() const { return static_cast<size_t>(end_ - next_) >= kPieceUnits; }
+  size_t pieces() const { return static_cast<size_t>(end_ - next_) / kPieceUnits; }  // that there is room for
   void Put(const PackedPiece& piece) {
     const __m128i case_bits = _mm_set1_epi8(kCaseBit);
     Store(next_, _mm_or_si128(piece.first, case_bits));
@@ -114,7 +114,7 @@ class PackingRoom {
 
 // The first of the pieces from here on that is not plain ASCII or for which there is no room. Those before it are packed.
 const __m128i* PackPieces(const __m128i* piece, PackingRoom& room) {
-  for (; room.HasRoom(); piece += kPieceBlocks) {
+  for (; room.pieces() != 0; piece += kPieceBlocks) {
     const PackedPiece packed = PackPiece(piece);
     if (!IsAscii(packed)) break;
     room.Put(packed);
@@ -126,15 +126,17 @@ const __m128i* PackPieces(const __m128i* piece, PackingRoom& room) {
 
 BY_AVX2 READS_WHOLE_BLOCKS const __m128i* PackPiecesByAvx2(const __m128i* piece, PackingRoom& room) {
   const __m256i case_bits = _mm256_set1_epi8(kCaseBit);
-  for (; room.HasRoom(); piece += kPieceBlocks) {
+  char* next = room.next();
+  const char* const end = next + room.pieces() * kPieceUnits;
+  for (; next != end; next += kPieceUnits, piece += kPieceBlocks) {
     const auto* const halves = reinterpret_cast<const __m256i*>(piece);
     // Each half is packed by itself; then the quarters stand in the order 0, 2, 1, 3.
     const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(halves[0], halves[1]), 0b11011000);
     const __m256i zeros = _mm256_cmpeq_epi8(packed, _mm256_setzero_si256());
     if (_mm256_movemask_epi8(_mm256_or_si256(packed, zeros)) != 0) break;
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(room.next()), _mm256_or_si256(packed, case_bits));
-    room.TakeUpTo(room.next() + kPieceUnits);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(next), _mm256_or_si256(packed, case_bits));
   }
+  room.TakeUpTo(next);
   return piece;
 }
 
@@ -145,18 +147,27 @@ BY_AVX2 __m256i AreBoth(const char* first, __m256i first_unit, const char* secon
   return _mm256_and_si256(_mm256_cmpeq_epi8(here, first_unit), _mm256_cmpeq_epi8(there, second_unit));
 }
 
-// The first of the steps from here on that has a place where both characters stand, or that is not a whole one any more.
-BY_AVX2 size_t StepWithBothByAvx2(const char* first, char first_unit, const char* second, char second_unit, size_t from,
-                                  size_t starts) {
-  constexpr size_t kHalf = sizeof(__m256i);
+constexpr size_t kAvx2Places = sizeof(__m256i);
+
+// The first place from there on where both characters stand, or the number of places, which is at least kAvx2Places.
+BY_AVX2 size_t PlaceOfBothByAvx2(const char* first, char first_unit, const char* second, char second_unit, size_t from,
+                                 size_t places) {
   const __m256i first_units = _mm256_set1_epi8(first_unit);
   const __m256i second_units = _mm256_set1_epi8(second_unit);
-  for (; from + 2 * kHalf <= starts; from += 2 * kHalf) {
+  for (; from + 2 * kAvx2Places <= places; from += 2 * kAvx2Places) {
     const __m256i here = AreBoth(first + from, first_units, second + from, second_units);
-    const __m256i behind = AreBoth(first + from + kHalf, first_units, second + from + kHalf, second_units);
+    const __m256i behind = AreBoth(first + from + kAvx2Places, first_units, second + from + kAvx2Places, second_units);
     if (_mm256_movemask_epi8(_mm256_or_si256(here, behind)) != 0) break;
   }
-  return from;
+  while (from < places) {
+    // The last step ends where the places end and so may begin before from.
+    const size_t step = std::min(from, places - kAvx2Places);
+    const __m256i both = AreBoth(first + step, first_units, second + step, second_units);
+    const uint32_t found = static_cast<uint32_t>(_mm256_movemask_epi8(both)) >> (from - step);
+    if (found != 0) return from + static_cast<size_t>(std::countr_zero(found));
+    from = step + kAvx2Places;
+  }
+  return places;
 }
 
 const __m128i* SkipPieces(const __m128i* piece, PackingRoom& room) {
@@ -255,7 +266,7 @@ std::optional<PackedText> PackTerminated(const char16_t* text, std::span<char> r
   PackingRoom left(room);
   const auto skip_pieces = [&left](const __m128i* piece) { return SkipPieces(piece, left); };
   const auto take_piece = [&left](const __m128i* piece) {
-    if (!left.HasRoom()) return false;
+    if (left.pieces() == 0) return false;
     left.Put(PackPiece(piece));
     return true;
   };
@@ -317,9 +328,10 @@ size_t WordFilter::Next(std::basic_string_view<typename Comparison::Text> text, 
 #if TEXT_VECTORS >= 1
 #if TEXT_VECTORS >= 2
   if constexpr (std::is_same_v<Comparison, InPacked>) {
-    if (ProcessorHasAvx2()) {
-      from = StepWithBothByAvx2(first, InPacked::Packed(units_[0].unit), second, InPacked::Packed(units_[1].unit), from,
-                                starts);
+    if (starts >= kAvx2Places && ProcessorHasAvx2()) {
+      const size_t place = PlaceOfBothByAvx2(first, InPacked::Packed(units_[0].unit), second,
+                                             InPacked::Packed(units_[1].unit), from, starts);
+      return place < starts ? place : kNowhere;
     }
   }
 #endif
