@@ -4,6 +4,7 @@ option(XKRDB_SANITIZE "Address and undefined behaviour sanitizers" OFF)
 option(XKRDB_COVERAGE "Line coverage" OFF)
 option(XKRDB_TESTS "Build the tests" ON)
 option(XKRDB_FUZZ "Build the fuzzers with libFuzzer; needs clang" OFF)
+option(XKRDB_DEVICE "Build the device library; needs cmake/device-toolchain.cmake" OFF)
 option(XKRDB_BENCH "Build the benchmark" OFF)
 option(XKRDB_BENCH_COMPETITORS "With the programs of the stores that it compares with; needs their packages" ON)
 

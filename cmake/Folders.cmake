@@ -3,6 +3,12 @@
 # One folder of the house as an OBJECT library. Its include path holds include/, the folder itself and the folders it may
 # see, and nothing else of ours: a wrong include does not compile. FREESTANDING folders do without exceptions and RTTI,
 # since the same sources go into the device library.
+add_library(xkrdb_freestanding_options INTERFACE)
+target_compile_options(
+  xkrdb_freestanding_options
+  INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions> $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>
+            $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
+
 function(xkrdb_folder target)
   cmake_parse_arguments(folder "FREESTANDING" "" "SEES;SOURCES;LIBRARIES" ${ARGN})
   add_library(${target} OBJECT ${folder_SOURCES})
@@ -17,6 +23,6 @@ function(xkrdb_folder target)
     target_compile_options(${target} PRIVATE -O1)
   endif()
   if(folder_FREESTANDING)
-    target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics)
+    target_link_libraries(${target} PRIVATE xkrdb_freestanding_options)
   endif()
 endfunction()

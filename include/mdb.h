@@ -36,11 +36,7 @@
 
 #include "mdb_types.h"
 
-#if defined(_WIN32)
-#define MDB_API
-#else
-#define MDB_API __attribute__((visibility("default")))
-#endif
+#define MDB_API MDB_EXPORTED
 
 #ifdef __cplusplus
 extern "C" {

@@ -17,17 +17,20 @@
 #include <stdint.h>
 
 /* Text. MDbChar is one UTF-16 code unit. Every text is zero-terminated; a size is always in bytes and counts the
- * terminator, so that a text of 5 characters has size 12. MDB_TEXT("...") is a literal of this type. */
+ * terminator, so that a text of 5 characters has size 12. MDB_TEXT("...") is a literal of this type.
+ *
+ * MDB_EXPORTED marks the calls that a library gives to its callers. A Windows library names them in a list instead. */
 #if defined(_WIN32)
-#include <wchar.h>
 typedef wchar_t MDbChar;
 #define MDB_TEXT(literal) L##literal
+#define MDB_EXPORTED
 #else
 #if !defined(__cplusplus)
 #include <uchar.h>
 #endif
 typedef char16_t MDbChar;
 #define MDB_TEXT(literal) u##literal
+#define MDB_EXPORTED __attribute__((visibility("default")))
 #endif
 
 /* A platform handle: 32 bits on every host. Two values are no handle: 0 and MDB_INVALID_HANDLE. */

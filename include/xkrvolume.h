@@ -10,11 +10,7 @@
 
 #include "mdb_types.h"
 
-#if defined(_WIN32)
-#define XKR_VOLUME_API
-#else
-#define XKR_VOLUME_API __attribute__((visibility("default")))
-#endif
+#define XKR_VOLUME_API MDB_EXPORTED
 
 /* What a call came to. */
 enum {

@@ -9,11 +9,7 @@
 
 #include "mdb_types.h"
 
-#if defined(_WIN32)
-#define XKR_WORD_BREAKER_API
-#else
-#define XKR_WORD_BREAKER_API __attribute__((visibility("default")))
-#endif
+#define XKR_WORD_BREAKER_API MDB_EXPORTED
 
 #ifdef __cplusplus
 extern "C" {

@@ -46,11 +46,7 @@ enum {
   ERROR_FILE_CORRUPT = 1392
 };
 
-#if defined(_WIN32)
-#define PLATFORM_API
-#else
-#define PLATFORM_API __attribute__((visibility("default")))
-#endif
+#define PLATFORM_API MDB_EXPORTED
 
 #ifdef __cplusplus
 extern "C" {
