@@ -17,19 +17,24 @@
 #include <stdint.h>
 
 /* Text. MDbChar is one UTF-16 code unit. Every text is zero-terminated; a size is always in bytes and counts the
- * terminator, so that a text of 5 characters has size 12. MDB_TEXT("...") is a literal of this type.
- *
- * MDB_EXPORTED marks the calls that a library gives to its callers. A Windows library names them in a list instead. */
-#if defined(_WIN32)
+ * terminator, so that a text of 5 characters has size 12. MDB_TEXT("...") is a literal of this type. On Windows that is
+ * wchar_t; whoever would rather have char16_t there as well, for the same units, defines MDB_CHAR16 first. */
+#if defined(_WIN32) && !defined(MDB_CHAR16)
 typedef wchar_t MDbChar;
 #define MDB_TEXT(literal) L##literal
-#define MDB_EXPORTED
+#define MDB_TEXT_IS_WIDE 1
 #else
 #if !defined(__cplusplus)
 #include <uchar.h>
 #endif
 typedef char16_t MDbChar;
 #define MDB_TEXT(literal) u##literal
+#endif
+
+/* What a library gives to its callers. Windows libraries name their calls in a list instead. */
+#if defined(_WIN32)
+#define MDB_EXPORTED
+#else
 #define MDB_EXPORTED __attribute__((visibility("default")))
 #endif
 

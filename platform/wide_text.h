@@ -7,7 +7,7 @@
 
 #include "platform_types.h"
 
-#if !defined(_WIN32)
+#if !defined(MDB_TEXT_IS_WIDE)
 // First, so that std's names stand for the host's own functions alone: the standard library takes their addresses.
 #include <cwchar>
 #endif
@@ -15,7 +15,7 @@
 // Character classes of iswctype.
 enum : WORD { kWideDigit = 4, kWidePunctuation = 16 };
 
-#if defined(_WIN32)
+#if defined(MDB_TEXT_IS_WIDE)
 extern "C" {
 #endif
 
@@ -29,7 +29,7 @@ int _wcsnicmp(const WCHAR* a, const WCHAR* b, size_t count);
 // Non-zero when the character is of the class.
 int iswctype(WCHAR character, WORD character_class);
 
-#if defined(_WIN32)
+#if defined(MDB_TEXT_IS_WIDE)
 long wcstol(const WCHAR* text, WCHAR** end, int base);
 int swprintf(WCHAR* to, const WCHAR* format, ...);
 }

@@ -48,18 +48,18 @@ inline std::string Probe(const std::string& ids) {
   return "CeReadRecordPropsEx(OBJG_0, flags=0, [" + ids + "], probe)";
 }
 
-inline std::string Read(const std::string& ids, size_t size) {
+inline std::string Read(const std::string& ids, uint64_t size) {
   return "CeReadRecordPropsEx(OBJG_0, flags=0, [" + ids + "], size=" + std::to_string(size) + ")";
 }
 
-inline std::string Allocate(size_t size) { return "LocalAlloc(flags=64, " + std::to_string(size) + ")"; }
-inline std::string Free(size_t size) { return "LocalFree(" + std::to_string(size) + ")"; }
+inline std::string Allocate(uint64_t size) { return "LocalAlloc(flags=64, " + std::to_string(size) + ")"; }
+inline std::string Free(uint64_t size) { return "LocalFree(" + std::to_string(size) + ")"; }
 
 // Probe, block, read: what reads a property of any size; the block is still held.
-inline Lines ProbedReadKept(const std::string& ids, size_t size) {
+inline Lines ProbedReadKept(const std::string& ids, uint64_t size) {
   return {Probe(ids), "GetLastError()", Allocate(size), Read(ids, size)};
 }
 
-inline Lines ProbedRead(const std::string& ids, size_t size) { return Join({ProbedReadKept(ids, size), {Free(size)}}); }
+inline Lines ProbedRead(const std::string& ids, uint64_t size) { return Join({ProbedReadKept(ids, size), {Free(size)}}); }
 
 }  // namespace seam

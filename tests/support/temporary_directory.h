@@ -1,8 +1,8 @@
 // A fresh empty folder for one test, removed with everything in it when the test ends.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -10,9 +10,14 @@
 class TemporaryDirectory {
  public:
   TemporaryDirectory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "xkrdb-test-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder: " + pattern);
-    path_ = pattern;
+    std::random_device random;
+    std::error_code error;
+    // A name that is taken is somebody else's; so many of them in a row are no accident.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      path_ = std::filesystem::temp_directory_path() / ("xkrdb-test-" + std::to_string(random()));
+      if (std::filesystem::create_directory(path_, error)) return;
+    }
+    throw std::runtime_error("no temporary folder: " + path_.string() + ": " + error.message());
   }
   ~TemporaryDirectory() {
     std::error_code ignored;
