@@ -1,5 +1,6 @@
 // The order of texts: the root order of the Unicode Collation Algorithm, so that case and accents count and canonically
-// equivalent texts are equal; the flags of a sort order make it coarser.
+// equivalent texts are equal; the flags of a sort order make it coarser. One of two implementations is linked: icu/ has
+// that order for all texts, tables/ has it for texts in Latin, Greek and Cyrillic letters.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +27,7 @@ class Collation {
   Collation(void* collator, std::unique_ptr<const CollationTable> table)
       : collator_(collator), table_(std::move(table)) {}
 
-  void* collator_;
+  void* collator_;                               // ICU's; null where there is none
   std::unique_ptr<const CollationTable> table_;  // null where every text is left to ICU
 };
 

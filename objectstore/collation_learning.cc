@@ -29,6 +29,28 @@ CollationTable::CollationTable(const KeySource& source, size_t levels) : levels_
   if (!ReproducesKeys(source)) characters_.fill({});
 }
 
+CollationTable::CollationTable(const StoredKeys& stored, size_t levels) : levels_(3) {
+  size_t begin = 0;
+  for (size_t i = 0; i < kPlaces; ++i) {
+    const size_t size = stored.keys[begin];
+    if (!LearnKey(i, stored.keys.subspan(begin + 1, size))) characters_[i] = {};
+    begin += 1 + size;
+  }
+  size_t place = 0;
+  for (const Block& block : kBlocks) {
+    for (char16_t character = block.begin; character < block.end; ++character, ++place) {
+      if (DependsOnNeighbours(character)) characters_[place].counts |= CountOf(kApart, 1);
+    }
+  }
+  const auto first_bytes = stored.shortened_first_bytes;
+  for (Character& character : characters_) {
+    const bool is_shortened = character.primary_bytes >= 2 && std::find(first_bytes.begin(), first_bytes.end(),
+                                                                        character.primary[0]) != first_bytes.end();
+    if (is_shortened) character.counts |= CountOf(kShortened, 1);
+  }
+  levels_ = levels;
+}
+
 void CollationTable::Learn(const KeySource& source) {
   size_t place = 0;
   for (const Block& block : kBlocks) {
@@ -61,6 +83,7 @@ bool CollationTable::LearnKey(size_t place, std::span<const uint8_t> key) {
   Character& character = characters_[place];
   std::copy(level[0].begin(), level[0].end(), character.primary.begin());
   character.primary_bytes = static_cast<uint8_t>(level[0].size());
+  character.is_known = true;
   character.is_marked = secondary.weight_bytes != 0 || tertiary.weight_bytes != 0 ? 1 : 0;
   character.counts = CountOf(kCommonSecondaries, uint64_t{secondary.common_before} + secondary.common_after) |
                      CountOf(kCommonTertiaries, uint64_t{tertiary.common_before} + tertiary.common_after);

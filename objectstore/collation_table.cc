@@ -30,10 +30,6 @@ size_t CollationTable::KeyOf(std::u16string_view text, std::span<uint8_t> room) 
   return static_cast<size_t>(out - room.data());
 }
 
-inline size_t CollationTable::PlaceOf(char16_t character) {
-  return character < kBlocks[0].end ? character : PlaceBeyondFirstBlock(character);
-}
-
 size_t CollationTable::PlaceBeyondFirstBlock(char16_t character) {
   size_t place = 0;
   for (const Block& block : kBlocks) {
@@ -46,8 +42,6 @@ size_t CollationTable::PlaceBeyondFirstBlock(char16_t character) {
 // The primary level of a text with weights that are shortened: those of one script that stand together have their first
 // byte in common and write it once. Before a weight with another first byte stands a byte that sorts like that.
 uint8_t* CollationTable::AppendShortened(std::u16string_view text, uint8_t* out) const {
-  constexpr uint8_t kDown = 0x03;
-  constexpr uint8_t kUp = 0xFF;
   uint8_t first_byte = 0;  // of the weight before, if it is of those
   for (const char16_t unit : text) {
     const Character& character = characters_[PlaceOf(unit)];

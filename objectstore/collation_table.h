@@ -11,6 +11,7 @@
 #include <functional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace objectstore {
 
@@ -23,11 +24,36 @@ class CollationTable {
   // supposes, it composes none. Throws what the source throws.
   CollationTable(const KeySource& source, size_t levels);
 
+  // What ICU answers for each character, as it was written down earlier.
+  struct StoredKeys {
+    std::span<const uint8_t> keys;  // of three levels, one for each place; each follows a byte that is its size
+    std::span<const uint8_t> shortened_first_bytes;
+  };
+  CollationTable(const StoredKeys& stored, size_t levels);
+
+  // A canonical composition of two characters, and the place of a mark among others behind a letter, as Unicode has them.
+  struct Composition {
+    char16_t first;
+    char16_t second;
+    char16_t composed;
+  };
+  struct MarkClass {
+    char16_t mark;
+    uint8_t combining_class;
+  };
+  struct Compositions {
+    std::span<const Composition> pairs;  // in order
+    std::span<const MarkClass> marks;    // in order
+  };
+
+  // The key with its zero of a text that may hold anything: characters that have no place here sort behind all others, by
+  // their numbers. For tables of stored keys.
+  void KeyOfAnyText(std::u16string_view text, const Compositions& compositions, std::vector<uint8_t>& key) const;
+
   // Writes the key with its zero into the room and returns its size. Zero when the text is to be left to ICU, or when the
   // room might be too small; the room's contents are lost then.
   size_t KeyOf(std::u16string_view text, std::span<uint8_t> room) const;
 
- private:
   // Runs of characters that have places in the table, one after the other; the first begins with character 0, so that its
   // characters are their own places.
   struct Block {
@@ -41,6 +67,8 @@ class CollationTable {
       {0x20A0, 0x20C0},  // currencies
   };
   static constexpr size_t kPlaces = 0x530 + 0x100 + 0x18 + 0x20;
+
+ private:
   static constexpr size_t kNoPlace = kPlaces;
 
   static constexpr size_t kMostCharacters = 384;  // of a text
@@ -64,6 +92,7 @@ class CollationTable {
     std::array<uint8_t, kMostPrimaryBytes> primary{};  // the rest is zero
     uint8_t primary_bytes = 0;
     uint8_t is_marked = 0;  // 1: has weights other than common ones on a lower level
+    bool is_known = false;  // what it puts into a key is here, also if its neighbours may change that
   };
 
   // A character's part of the second or third level: common weights, other weights, common weights.
@@ -96,8 +125,12 @@ class CollationTable {
   static constexpr RunCode kTertiaryRuns{kCommonTertiaries, 0x05, 0x65, 0xC5};
 
   static constexpr uint8_t kLevelEnd = 1;
+  static constexpr uint8_t kDown = 0x03;  // what follows begins lower than the shortened weights before it
+  static constexpr uint8_t kUp = 0xFF;    // or higher
 
-  static size_t PlaceOf(char16_t character);
+  static size_t PlaceOf(char16_t character) {
+    return character < kBlocks[0].end ? character : PlaceBeyondFirstBlock(character);
+  }
   static size_t PlaceBeyondFirstBlock(char16_t character);
   uint8_t* AppendShortened(std::u16string_view text, uint8_t* out) const;
   template <RunCode code>
@@ -109,6 +142,23 @@ class CollationTable {
   void LearnShortening(const KeySource& source);
   bool ReproducesKeys(const KeySource& source) const;
   bool Reproduces(const KeySource& source, std::u16string_view text) const;
+
+  // One character of a text that may hold anything.
+  struct Element {
+    std::array<uint8_t, kMostPrimaryBytes> primary;
+    uint8_t primary_bytes;
+    bool is_shortened;
+    Share secondary;
+    Share tertiary;
+  };
+  static char32_t ComposedOf(char32_t first, char32_t second, const Compositions& compositions);
+  bool Knows(char32_t character) const;
+  void Decompose(std::vector<char32_t>& characters, const Compositions& compositions) const;
+  void Compose(std::vector<char32_t>& characters, const Compositions& compositions) const;
+  Element ElementOf(char32_t character) const;
+  static void AppendPrimaries(std::span<const Element> elements, std::vector<uint8_t>& key);
+  template <RunCode code>
+  static void AppendShares(std::span<const Element> elements, Share Element::*share, std::vector<uint8_t>& key);
 
   size_t levels_;
   std::array<Character, kPlaces> characters_;

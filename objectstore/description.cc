@@ -1,14 +1,11 @@
 // See description.h.
 #include "description.h"
 
-#include <unicode/uchar.h>
-
-#include <time.h>
 #include <algorithm>
-
 #include <cstring>
 #include <limits>
 
+#include "case_folding.h"
 #include "stored_property.h"
 
 namespace objectstore {
@@ -20,9 +17,7 @@ constexpr SORTORDERSPEC kPlaceholder = {0, CEDB_SORT_GENERICORDER};
 
 bool SameSpec(const SORTORDERSPEC& a, const SORTORDERSPEC& b) { return a.propid == b.propid && a.dwFlags == b.dwFlags; }
 
-bool SameWithoutCase(WCHAR a, WCHAR b) {
-  return a == b || u_foldCase(a, U_FOLD_CASE_DEFAULT) == u_foldCase(b, U_FOLD_CASE_DEFAULT);
-}
+bool SameWithoutCase(WCHAR a, WCHAR b) { return a == b || FoldedCase(a) == FoldedCase(b); }
 
 }  // namespace
 
@@ -94,21 +89,6 @@ void FillInfo(const Description& description, CEDBASEINFO& info) {
   info.wNumSortOrder = static_cast<WORD>(specs.size());
   std::copy(specs.begin(), specs.end(), info.rgSortSpecs);
   if (specs.empty()) info.rgSortSpecs[0] = kPlaceholder;
-}
-
-// As fine as the system keeps the times of its files, where it has a clock for that: every write asks.
-uint64_t CurrentTime() {
-  constexpr uint64_t kStepsPerSecond = 10'000'000;
-  constexpr uint64_t kFrom1601To1970 = 11'644'473'600 * kStepsPerSecond;
-#if defined(CLOCK_REALTIME_COARSE)
-  constexpr clockid_t kClock = CLOCK_REALTIME_COARSE;
-#else
-  constexpr clockid_t kClock = CLOCK_REALTIME;
-#endif
-  timespec now = {};
-  clock_gettime(kClock, &now);
-  return kFrom1601To1970 + static_cast<uint64_t>(now.tv_sec) * kStepsPerSecond +
-         static_cast<uint64_t>(now.tv_nsec) / 100;
 }
 
 }  // namespace objectstore

@@ -1,12 +1,8 @@
 // Files as the operating system tells them apart, and the path under which SQLite gets to see one.
 #pragma once
 
-#include <sys/types.h>
-
-#include <cerrno>
-#include <span>
+#include <cstdint>
 #include <string>
-#include <utility>
 
 #include "status.h"
 
@@ -30,49 +26,11 @@ enum class FileKind { kMissing, kRegular, kOther };
 // Path not found when the directory is missing.
 Status ResolvePath(const std::string& path, FilePath& resolved);
 
-// bytes, unless null, receives the size of what is there.
+// Identify receives the size of what is there, unless bytes is null.
 Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity, uint64_t* bytes = nullptr);
 
-// The last error number for what a system call left in errno.
-Status StatusOfErrno(int number);
-
-// Makes a system call anew for as long as signals interrupt it.
-template <typename Call>
-auto Uninterrupted(Call call) {
-  for (;;) {
-    const auto result = call();
-    if (result >= 0 || errno != EINTR) return result;
-  }
-}
-
-// Takes the lock on a file's bytes that a process holds alone while it has the volume mounted; those who only read the
-// file share it. It goes with any descriptor of the file that the process closes. Sharing violation when somebody else
-// is in the way.
-enum class LockKind { kShared, kAlone };
-Status LockAsMount(int file, LockKind kind);
-
-// Fills bytes from a place in a file; count says how many it has there.
-Status ReadAt(int file, off_t start, std::span<uint8_t> bytes, size_t& count);
-
-// All of the bytes, or the reason why not.
-Status WriteAt(int file, std::span<const uint8_t> bytes, off_t offset);
-
-// Makes the directory's entries durable.
-Status SyncDirectory(const std::string& directory);
-
-// An open file descriptor.
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int number) : number_(number) {}
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor();
-  int number() const { return number_; }
-  bool valid() const { return number_ >= 0; }
-  void Swap(FileDescriptor& other) { std::swap(number_, other.number_); }
-
- private:
-  int number_;
-};
+// What stands under a name: missing unless it was seen. When that cannot be told for any other reason than that nothing is
+// there, the reason.
+Status LookAt(const std::string& path, FileKind& kind, uint64_t* bytes = nullptr);
 
 }  // namespace objectstore

@@ -1,23 +1,15 @@
 // See first_flush.h.
 #include "first_flush.h"
 
-#include <fcntl.h>
-#include <sys/random.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "database_body.h"
+#include "file_system.h"
 #include "log_format.h"
 
 namespace objectstore {
 
 namespace {
-
-Status SyncLog(int file) {
-  return Uninterrupted([&] { return fdatasync(file); }) == 0 ? Status::kOk : StatusOfErrno(errno);
-}
 
 // A log of one transaction that changes some of a file's first pages, which are in place, and gives it so many pages.
 class LogWriter {
@@ -27,8 +19,7 @@ class LogWriter {
     PutBigEndian32(bytes_.data(), kLogMagic);
     PutBigEndian32(bytes_.data() + 4, kLogVersion);
     PutBigEndian32(bytes_.data() + 8, kPageBytes);
-    const ssize_t count = Uninterrupted([this] { return getrandom(salts_.data(), salts_.size(), 0); });
-    if (count != static_cast<ssize_t>(salts_.size())) return Status::kDeviceFailed;
+    STORE_TRY(FillWithChance(salts_));
     std::copy(salts_.begin(), salts_.end(), bytes_.data() + 16);
     checksum_.Add({bytes_.data(), kLogHeaderBytes - 8});
     checksum_.Store(bytes_.data() + kLogHeaderBytes - 8);
@@ -56,16 +47,6 @@ class LogWriter {
   std::array<uint8_t, kSaltBytes> salts_;
   LogChecksum checksum_{(kLogMagic & 1) != 0};
 };
-
-// Who may use the volume may use its log. Only the system's own user can give a file away.
-Status GiveAccess(const std::string& volume, int log) {
-  struct stat found;
-  if (lstat(volume.c_str(), &found) != 0) return StatusOfErrno(errno);
-  if (found.st_uid != geteuid() || found.st_gid != getegid()) {
-    static_cast<void>(!fchown(log, found.st_uid, found.st_gid));
-  }
-  return fchmod(log, found.st_mode & 0777) == 0 ? Status::kOk : StatusOfErrno(errno);
-}
 
 }  // namespace
 
@@ -107,29 +88,29 @@ Status FirstFlush::WriteLog() {
   for (uint32_t i = kRootPages; i-- > 0;) {
     if (changed_[i]) content.Add(i + 1, roots_[i], i == 0 ? pages_.next_page() - 1 : 0);
   }
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  const FileDescriptor log(Uninterrupted([&] { return open(log_name_.c_str(), kFlags, 0600); }));
-  if (!log.valid()) return StatusOfErrno(errno);
+  SystemFile log;
+  STORE_TRY(log.Create(log_name_));
   made_log_ = true;
-  STORE_TRY(GiveAccess(name_, log.number()));
-  STORE_TRY(WriteAt(log.number(), content.header(), 0));
-  STORE_TRY(SyncLog(log.number()));
-  STORE_TRY(WriteAt(log.number(), content.frames(), kLogHeaderBytes));
+  STORE_TRY(log.GiveAccessOf(name_));
+  STORE_TRY(log.Write(content.header(), 0));
+  STORE_TRY(log.SyncBytes());
+  STORE_TRY(log.Write(content.frames(), kLogHeaderBytes));
   std::copy_n(content.header().begin(), kLogHeaderBytes, log_header_.begin());
   log_bytes_ = kLogHeaderBytes + content.frames().size();
-  const Status status = SyncLog(log.number());
+  const Status status = log.SyncBytes();
   return status == Status::kNotEnoughMemory ? Status::kDeviceFailed : status;
 }
 
 Status FirstFlush::CheckLog() const {
-  constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-  const FileDescriptor log(Uninterrupted([this] { return open(log_name_.c_str(), kFlags); }));
-  struct stat found;
-  if (!log.valid() || fstat(log.number(), &found) != 0) return StatusOfErrno(errno);
+  SystemFile log;
+  STORE_TRY(log.Open(log_name_, FileAccess::kRead));
+  FileKind kind = FileKind::kMissing;
+  uint64_t bytes = 0;
+  STORE_TRY(log.LookAt(kind, bytes));
   std::array<uint8_t, kLogHeaderBytes> header{};
   size_t count = 0;
-  STORE_TRY(ReadAt(log.number(), 0, header, count));
-  if (static_cast<uint64_t>(found.st_size) != log_bytes_) return Status::kFileNotFound;
+  STORE_TRY(log.Read(0, header, count));
+  if (bytes != log_bytes_) return Status::kFileNotFound;
   if (count != header.size()) return Status::kDeviceFailed;
   return header == log_header_ ? Status::kOk : Status::kFileNotFound;
 }
@@ -140,14 +121,14 @@ Status FirstFlush::TakeUpLog() {
     if (changed_[i]) STORE_TRY(file_.Write(roots_[i], i * kPageBytes));
   }
   STORE_TRY(file_.Sync());
-  return unlink(log_name_.c_str()) == 0 || errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
+  return Remove(log_name_);
 }
 
 // The removal of a log may be undone by a power cut: then what it refers to must be there. Pages that nothing refers to are
 // no harm, nor are a log without its end, or one that stays.
 void FirstFlush::GiveBack() const {
   if (made_log_) {
-    unlink(log_name_.c_str());
+    static_cast<void>(Remove(log_name_));
   } else {
     static_cast<void>(file_.Truncate(uint64_t{kRootPages} * kPageBytes));
   }

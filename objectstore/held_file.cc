@@ -2,11 +2,10 @@
 #include "held_file.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <new>
 
-#include "file_identity.h"
+#include "file_system.h"
 #include "sqlite_statement.h"
 
 namespace objectstore {
@@ -31,11 +30,11 @@ Status HeldFile::OpenOne(File& file, int& flags) const {
   const auto bytes = static_cast<size_t>(files->szOsFile);
   file.reset(static_cast<sqlite3_file*>(std::memset(::operator new(bytes), 0, bytes)));
   constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_MAIN_DB | SQLITE_OPEN_NOFOLLOW;
-  errno = 0;
+  ForgetSystemError();
   const int result = files->xOpen(files, name_.get(), file.get(), kFlags, &flags);
   if (result == SQLITE_OK) return Status::kOk;
-  const int reason = errno;
-  return (result & 0xFF) == SQLITE_CANTOPEN && reason != 0 ? StatusOfErrno(reason) : StatusOfSqlite(result);
+  const int reason = SystemError();
+  return (result & 0xFF) == SQLITE_CANTOPEN && reason != 0 ? StatusOfSystemError(reason) : StatusOfSqlite(result);
 }
 
 Status HeldFile::Lock() {

@@ -1,15 +1,10 @@
 // See new_volume_file.h.
 #include "new_volume_file.h"
 
-#include <fcntl.h>
-#include <stdio.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <memory>
 
+#include "file_system.h"
 #include "first_flush.h"
 #include "volume_file.h"
 
@@ -23,53 +18,41 @@ class FileUnderConstruction {
   explicit FileUnderConstruction(std::string path) : path_(std::move(path)) {}
   FileUnderConstruction(const FileUnderConstruction&) = delete;
   FileUnderConstruction& operator=(const FileUnderConstruction&) = delete;
-  ~FileUnderConstruction() { unlink(path_.c_str()); }
-  const char* path() const { return path_.c_str(); }
+  ~FileUnderConstruction() { static_cast<void>(Remove(path_)); }
+  const std::string& path() const { return path_; }
 
  private:
   std::string path_;
 };
 
-Status WriteAndSync(int file, const EmptyVolume& pages) {
-  STORE_TRY(WriteAt(file, {pages.front().data(), sizeof pages}, 0));
-  return Uninterrupted([&] { return fsync(file); }) == 0 ? Status::kOk : StatusOfErrno(errno);
-}
-
 constexpr const char* kSideFiles[] = {"-wal", "-shm", "-journal"};
 
 bool HasSideFiles(const FilePath& path) {
-  struct stat found;
   return std::any_of(std::begin(kSideFiles), std::end(kSideFiles), [&](const char* suffix) {
-    return lstat((path.full + suffix).c_str(), &found) == 0 || errno != ENOENT;
+    FileKind kind = FileKind::kMissing;
+    return LookAt(path.full + suffix, kind) != Status::kOk || kind != FileKind::kMissing;
   });
 }
 
 // What a volume of the same name may have left would be taken for the new one's. That it is gone must be durable before
 // the new one has its name: not every file system keeps the order of names given and taken away.
 Status RemoveSideFiles(const FilePath& path) {
-  for (const char* suffix : kSideFiles) {
-    if (unlink((path.full + suffix).c_str()) != 0 && errno != ENOENT) return StatusOfErrno(errno);
-  }
+  for (const char* suffix : kSideFiles) STORE_TRY(Remove(path.full + suffix));
   return SyncDirectory(path.directory);
 }
 
 // Creators in one directory take turns, so that none removes the side file of a volume that another has just created.
-// Who cannot have its turn (somebody uses the directory as a lock, or the file system has none) removes nothing.
-Status PublishNew(const char* made, const FilePath& path, NewFile& new_file) {
-  const FileDescriptor directory(
-      Uninterrupted([&] { return open(path.directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-  if (!directory.valid()) return StatusOfErrno(errno);
-  const bool has_turn = flock(directory.number(), LOCK_EX | LOCK_NB) == 0;
+// Who cannot have its turn removes nothing.
+Status PublishNew(const std::string& made, const FilePath& path, NewFile& new_file) {
+  CreatorsTurn turn;
+  STORE_TRY(turn.Begin(path.directory));
   FileKind kind = FileKind::kMissing;
   FileIdentity identity;
   STORE_TRY(Identify(path, kind, identity));
   if (kind != FileKind::kMissing) return Status::kAlreadyExists;
-  if (!has_turn && HasSideFiles(path)) return Status::kSharingViolation;
+  if (!turn.is_ours() && HasSideFiles(path)) return Status::kSharingViolation;
   STORE_TRY(RemoveSideFiles(path));
-  if (renameat2(AT_FDCWD, made, AT_FDCWD, path.full.c_str(), RENAME_NOREPLACE) != 0) {
-    if (errno != EINVAL && errno != ENOSYS) return StatusOfErrno(errno);
-    if (link(made, path.full.c_str()) != 0) return StatusOfErrno(errno);
-  }
+  STORE_TRY(Rename(made, path.full));
   new_file.Made();
   return Status::kOk;
 }
@@ -91,35 +74,34 @@ Status TakeUpLog(const FilePath& path) {
 
 Status PublishInPlace(const FileUnderConstruction& made, const FilePath& path) {
   STORE_TRY(TakeUpLog(path));
-  const FileDescriptor replaced(
-      Uninterrupted([&] { return open(path.full.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
-  if (!replaced.valid()) return StatusOfErrno(errno);
-  STORE_TRY(LockAsMount(replaced.number(), LockKind::kAlone));
+  SystemFile replaced;
+  STORE_TRY(replaced.Open(path.full, FileAccess::kReadAndWrite));
+  STORE_TRY(replaced.LockAsMount(LockKind::kAlone));
   STORE_TRY(RemoveSideFiles(path));
-  return rename(made.path(), path.full.c_str()) == 0 ? Status::kOk : StatusOfErrno(errno);
+  return RenameInPlaceOf(replaced, made.path(), path.full);
 }
 
 }  // namespace
 
 NewFile::~NewFile() {
-  if (!kept_) unlink(path_.full.c_str());
+  if (!kept_) static_cast<void>(Remove(path_.full));
 }
 
 Status CreateVolumeFile(const FilePath& path, Existing existing, NewFile& new_file) {
   const auto pages = std::make_unique<EmptyVolume>();
   STORE_TRY(MakeEmptyVolume(*pages));
-  const FileUnderConstruction made(path.full + ".new-" + std::to_string(getpid()));
-  unlink(made.path());  // a process of this number that came to a sudden end may have left one
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  const FileDescriptor file(Uninterrupted([&] { return open(made.path(), kFlags, 0600); }));
-  if (!file.valid()) return StatusOfErrno(errno);
-  STORE_TRY(WriteAndSync(file.number(), *pages));
+  const FileUnderConstruction made(path.full + ".new-" + std::to_string(ProcessNumber()));
+  static_cast<void>(Remove(made.path()));  // a process of this number that came to a sudden end may have left one
+  SystemFile file;
+  STORE_TRY(file.Create(made.path()));
+  STORE_TRY(file.Write({pages->front().data(), sizeof *pages}, 0));
+  STORE_TRY(file.Sync());
   return existing == Existing::kReplace ? PublishInPlace(made, path) : PublishNew(made.path(), path, new_file);
 }
 
 Status PublishVolumeFile(const std::string& made, const FilePath& path) {
   NewFile new_file(path);
-  STORE_TRY(PublishNew(made.c_str(), path, new_file));
+  STORE_TRY(PublishNew(made, path, new_file));
   STORE_TRY(SyncDirectory(path.directory));
   new_file.Keep();
   return Status::kOk;

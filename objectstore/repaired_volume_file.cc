@@ -1,6 +1,5 @@
 // Writing a plan's volume: beside its place, and moved there when it is whole and on the disk.
-#include <unistd.h>
-
+#include "file_system.h"
 #include "new_volume_file.h"
 #include "volume.h"
 #include "volume_repair.h"
@@ -19,8 +18,8 @@ class UnnamedVolume {
 
  private:
   void Remove() const {
-    unlink(path_.full.c_str());
-    unlink((path_.full + "-wal").c_str());
+    static_cast<void>(::objectstore::Remove(path_.full));
+    static_cast<void>(::objectstore::Remove(path_.full + "-wal"));
   }
   const FilePath& path_;
 };
@@ -32,7 +31,7 @@ constexpr size_t kLongestPathBytes = 480;
 
 Status RepairPlan::Write(const FilePath& path) const {
   if (path.full.size() > kLongestPathBytes) return Status::kPathNotFound;
-  const FilePath unnamed_path = {path.directory, path.full + ".new-" + std::to_string(getpid())};
+  const FilePath unnamed_path = {path.directory, path.full + ".new-" + std::to_string(ProcessNumber())};
   const UnnamedVolume unnamed(unnamed_path);
   NewFile new_file(unnamed_path);
   STORE_TRY(CreateVolumeFile(unnamed_path, Existing::kRefuse, new_file));

@@ -1,11 +1,12 @@
 // See volume.h.
 #include "volume.h"
 
-#include <sys/random.h>
-
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <limits>
 
+#include "file_system.h"
 #include "growth.h"
 
 namespace objectstore {
@@ -17,8 +18,9 @@ constexpr uint32_t kLastLowWord = std::numeric_limits<uint32_t>::max();
 // A name that is nobody else's: by chance in three words, by the mount's number in the fourth, which is neither that of
 // the system's store nor that of no volume.
 Status MakeGuid(uint32_t sequence, CEGUID& guid) {
-  DWORD chance[3];
-  if (getrandom(chance, sizeof chance, 0) != static_cast<ssize_t>(sizeof chance)) return Status::kDeviceFailed;
+  std::array<uint8_t, 3 * sizeof(DWORD)> bytes;
+  STORE_TRY(FillWithChance(bytes));
+  const auto chance = std::bit_cast<std::array<DWORD, 3>>(bytes);
   guid = {chance[0], chance[1], chance[2], sequence};
   return Status::kOk;
 }

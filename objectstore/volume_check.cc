@@ -1,8 +1,6 @@
 // See volume_check.h.
 #include "volume_check.h"
 
-#include <sys/stat.h>
-
 #include <cstring>
 #include <string_view>
 
@@ -71,11 +69,11 @@ void AddNeighbour(std::vector<Flaw>& flaws, std::string text) {
 }  // namespace
 
 Status CheckWholeFile(const FilePath& path, const VolumePages& pages, std::vector<Flaw>& flaws) {
-  struct stat found;
-  if (lstat((path.full + kJournalSuffix).c_str(), &found) == 0) {
-    AddNeighbour(flaws, "a -journal stands beside the file, which no volume has");
-  }
-  if (lstat((path.full + kLogSuffix).c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
+  FileKind kind = FileKind::kMissing;
+  static_cast<void>(LookAt(path.full + kJournalSuffix, kind));
+  if (kind != FileKind::kMissing) AddNeighbour(flaws, "a -journal stands beside the file, which no volume has");
+  static_cast<void>(LookAt(path.full + kLogSuffix, kind));
+  if (kind == FileKind::kOther) {
     AddNeighbour(flaws, "what stands in the place of the log is no file");
   }
   return flaws.empty() ? CheckStructure(pages, flaws) : Status::kOk;

@@ -1,12 +1,6 @@
 // See volume_file.h; opening is in volume_file_open.cc, what is particular to a new volume in volume_file_new.cc.
 #include "volume_file.h"
 
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/statvfs.h>
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "volume_schema.h"
@@ -25,17 +19,6 @@ constexpr const char* kQueries[] = {
 
 // Beyond this many pages the side file is taken up into the main file: before it has to grow past its usual size.
 constexpr int kLongSideFilePages = 240;
-
-// Whether a file may be made this long without anybody missing the room: this is for speed, and must not take the last
-// blocks of a disk nor have the process ended for its files' size.
-bool HasAmpleRoom(int file, off_t bytes) {
-  constexpr uint64_t kMultiple = 16;
-  rlimit largest_file;
-  struct statvfs disk;
-  return getrlimit(RLIMIT_FSIZE, &largest_file) == 0 && largest_file.rlim_cur >= static_cast<rlim_t>(bytes) &&
-         fstatvfs(file, &disk) == 0 &&
-         uint64_t{disk.f_bavail} * uint64_t{disk.f_frsize} >= kMultiple * static_cast<uint64_t>(bytes);
-}
 
 }  // namespace
 
@@ -140,24 +123,23 @@ Status VolumeFile::SyncDirectoryOnce() {
 }
 
 // Zeros are no frames of the log, so that it ends where it did. A failure is no harm: what was grown is given back, and
-// whoever writes there meets it again.
+// whoever writes there meets it again. This is for speed, and must not take the last blocks of a disk.
 void VolumeFile::GrowSideFile() const {
-  constexpr off_t kUsualBytes = 1 << 20;
+  constexpr uint64_t kUsualBytes = 1 << 20;
   constexpr size_t kStepBytes = 1 << 16;
-  static constexpr char kZeros[kStepBytes] = {};
-  const FileDescriptor file(
-      Uninterrupted([this] { return open(side_file_.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
-  struct stat found;
-  if (!file.valid() || fstat(file.number(), &found) != 0 || found.st_size == 0) return;
-  if (!HasAmpleRoom(file.number(), kUsualBytes)) return;
-  for (off_t offset = found.st_size; offset < kUsualBytes;) {
-    const size_t step = std::min<size_t>(kStepBytes, static_cast<size_t>(kUsualBytes - offset));
-    const ssize_t count = Uninterrupted([&] { return pwrite(file.number(), kZeros, step, offset); });
-    if (count <= 0) {
-      static_cast<void>(!ftruncate(file.number(), found.st_size));
+  static constexpr std::array<uint8_t, kStepBytes> kZeros{};
+  SystemFile file;
+  FileKind kind = FileKind::kMissing;
+  uint64_t bytes = 0;
+  if (file.Open(side_file_, FileAccess::kWrite) != Status::kOk) return;
+  if (file.LookAt(kind, bytes) != Status::kOk || bytes == 0 || !file.HasAmpleRoom(kUsualBytes)) return;
+  for (uint64_t offset = bytes; offset < kUsualBytes;) {
+    const size_t step = std::min(kStepBytes, static_cast<size_t>(kUsualBytes - offset));
+    if (file.Write(std::span(kZeros).first(step), offset) != Status::kOk) {
+      static_cast<void>(file.Truncate(bytes));
       return;
     }
-    offset += count;
+    offset += step;
   }
 }
 
@@ -205,12 +187,13 @@ Status VolumeFile::RememberSize() {
   return Identify(path_, kind, found, &known_bytes_);
 }
 
-bool VolumeFile::IsOfThisProcess() const { return getpid() == owner_; }
+bool VolumeFile::IsOfThisProcess() const { return ProcessNumber() == owner_; }
 
 void VolumeFile::RemoveEmptySideFile() const {
-  struct stat found;
-  if (lstat(side_file_.c_str(), &found) == 0 && S_ISREG(found.st_mode) && found.st_size == 0)
-    unlink(side_file_.c_str());
+  FileKind kind = FileKind::kMissing;
+  uint64_t bytes = 0;
+  if (LookAt(side_file_, kind, &bytes) == Status::kOk && kind == FileKind::kRegular && bytes == 0)
+    static_cast<void>(Remove(side_file_));
 }
 
 Status VolumeFile::Prepared(size_t query, const Statement*& statement) {

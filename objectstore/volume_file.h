@@ -14,8 +14,6 @@
 //      other.
 #pragma once
 
-#include <sys/types.h>
-
 #include <array>
 #include <functional>
 #include <memory>
@@ -23,7 +21,7 @@
 #include <span>
 #include <string>
 
-#include "file_identity.h"
+#include "file_system.h"
 #include "first_flush.h"
 #include "gathered_writes.h"
 #include "held_file.h"
@@ -78,8 +76,6 @@ class VolumeFile {
   Status CheckNeighbours();
   Status TakeLock();
   Status LookWhetherItRests();
-  Status KeepDescriptorForLog();
-  void GiveUpDescriptorForLog();
   Status OpenConnection();
   Status Connect();
   Status CheckSchema();
@@ -123,7 +119,7 @@ class VolumeFile {
   FilePath path_;
   std::string side_file_;
   FileIdentity identity_;
-  pid_t owner_;
+  uint64_t owner_;            // the process
   uint64_t known_bytes_ = 0;  // the file is at least this long, unless somebody cuts it
   bool side_file_existed_ = false;
   bool connected_ = false;    // or tried to: SQLite may have made the side file
@@ -139,7 +135,7 @@ class VolumeFile {
   std::optional<RestingFile> resting_;       // until SQLite has looked at the file
   bool is_empty_ = false;                    // a new volume, to which nothing was flushed
   std::unique_ptr<FirstFlush> first_flush_;  // that is under way, or whose log has not been taken up
-  FileDescriptor descriptor_for_log_{-1};
+  RoomForFile room_for_log_;
   std::array<std::unique_ptr<Statement>, kQueryCount> statements_;
 };
 

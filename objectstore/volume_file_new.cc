@@ -1,8 +1,5 @@
 // The first flush of a volume that this mount has made, and what follows it (see volume_file.h and first_flush.h).
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <vector>
 
 #include "database_body.h"
@@ -24,12 +21,11 @@ Status VolumeFile::MarkNew() {
 // With something under the log's name, or behind the empty volume's pages, there is none of this kind: the rest ends as
 // another's does.
 Status VolumeFile::BeginFirstFlush() {
-  struct stat found;
-  const bool has_log = lstat(side_file_.c_str(), &found) == 0;
-  if (!has_log && errno != ENOENT) return StatusOfErrno(errno);
+  FileKind log = FileKind::kMissing;
+  STORE_TRY(LookAt(side_file_, log));
   sqlite3_int64 bytes = 0;
   STORE_TRY(StatusOfSqlite(held_.file()->pMethods->xFileSize(held_.file(), &bytes)));
-  is_empty_ = !has_log && static_cast<uint64_t>(bytes) == known_bytes_;
+  is_empty_ = log == FileKind::kMissing && static_cast<uint64_t>(bytes) == known_bytes_;
   if (is_empty_) first_flush_ = std::make_unique<FirstFlush>(held_, path_.full, side_file_);
   return Status::kOk;
 }
@@ -37,14 +33,14 @@ Status VolumeFile::BeginFirstFlush() {
 // The log gets its name beside the file, which must still be there. Its name is a new one in the directory.
 Status VolumeFile::EndFirstFlush() {
   STORE_TRY(CheckStillThere());
-  GiveUpDescriptorForLog();
+  room_for_log_.GiveUp();
   STORE_TRY(first_flush_->End());
   is_empty_ = false;
   log_is_ours_ = true;
   directory_synced_ = false;
   known_bytes_ = first_flush_->file_bytes();
   resting_->Renew(first_flush_->roots());
-  static_cast<void>(KeepDescriptorForLog());  // without one the next flush may find none, and says so
+  static_cast<void>(room_for_log_.Keep(path_.directory));  // without it the next flush may find none, and says so
   return Status::kOk;
 }
 
@@ -66,7 +62,7 @@ Status VolumeFile::CheckSeesFirstFlush() {
 
 // What the log of the first flush holds is known without reading it. Another log there is none.
 Status VolumeFile::SettleAtRest() {
-  GiveUpDescriptorForLog();
+  room_for_log_.GiveUp();
   if (first_flush_ != nullptr) STORE_TRY(first_flush_->TakeUpLog());
   first_flush_.reset();
   settled_ = true;

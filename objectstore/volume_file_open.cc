@@ -1,9 +1,4 @@
 // Opening a volume's file: nothing is believed before it is checked and nothing is written (see volume_file.h).
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstring>
 #include <span>
 
@@ -19,19 +14,19 @@ namespace objectstore {
 
 namespace {
 
-bool ReadWhole(int file, off_t start, std::span<uint8_t> bytes) {
+bool ReadWhole(const SystemFile& file, uint64_t start, std::span<uint8_t> bytes) {
   size_t count = 0;
-  return ReadAt(file, start, bytes, count) == Status::kOk && count == bytes.size();
+  return file.Read(start, bytes, count) == Status::kOk && count == bytes.size();
 }
 
 // The log holds a first page of the file that is a volume's. Whether that frame counts, by its checksums, is SQLite's
 // matter; a frame after the last one that counts may hold anything.
-bool LogHoldsVolumeHeader(int file) {
+bool LogHoldsVolumeHeader(const SystemFile& file) {
   uint8_t log[kLogHeaderBytes];
   if (!ReadWhole(file, 0, log) || (BigEndian32(log) & ~1u) != kLogMagic || BigEndian32(log + 8) != kPageBytes)
     return false;
   uint8_t frame[kFrameHeaderBytes + kHeaderBytes];
-  for (off_t offset = kLogHeaderBytes; ReadWhole(file, offset, frame); offset += kFrameBytes) {
+  for (uint64_t offset = kLogHeaderBytes; ReadWhole(file, offset, frame); offset += kFrameBytes) {
     if (std::memcmp(frame + 8, log + 16, 8) != 0) return false;  // the salts of an older log
     const uint32_t page = BigEndian32(frame);
     if (page == 0) return false;  // room, which may be terabytes that no disk holds
@@ -69,17 +64,10 @@ Status Harden(sqlite3* connection) {
   return Status::kOk;
 }
 
-// A file that cannot be seen for any other reason than that it is missing may be there.
-Status Exists(const std::string& path, bool& exists) {
-  struct stat found;
-  exists = lstat(path.c_str(), &found) == 0;
-  return exists || errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
-}
-
 }  // namespace
 
 VolumeFile::VolumeFile(const FilePath& path, const FileIdentity& identity)
-    : path_(path), side_file_(path.full + "-wal"), identity_(identity), owner_(getpid()) {}
+    : path_(path), side_file_(path.full + "-wal"), identity_(identity), owner_(ProcessNumber()) {}
 
 Status VolumeFile::Open(const FilePath& path, const FileIdentity& identity, std::unique_ptr<VolumeFile>& opened) {
   std::unique_ptr<VolumeFile> file(new VolumeFile(path, identity));
@@ -115,11 +103,11 @@ Status VolumeFile::CheckHeader() const {
 
 // The power may have gone while the first page was on its way from the log into the file. It is whole in the log then.
 Status VolumeFile::CheckHeaderInLog() const {
-  const FileDescriptor log(
-      Uninterrupted([this] { return open(side_file_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
-  struct stat found;
-  const bool holds =
-      log.valid() && fstat(log.number(), &found) == 0 && S_ISREG(found.st_mode) && LogHoldsVolumeHeader(log.number());
+  SystemFile log;
+  FileKind kind = FileKind::kMissing;
+  uint64_t bytes = 0;
+  const bool holds = log.Open(side_file_, FileAccess::kRead) == Status::kOk && log.LookAt(kind, bytes) == Status::kOk &&
+                     kind == FileKind::kRegular && LogHoldsVolumeHeader(log);
   return holds ? Status::kOk : Status::kCorrupt;
 }
 
@@ -135,18 +123,17 @@ Status VolumeFile::TakeLock() {
 // A volume never has a rollback journal; SQLite would play one back into the file. And its side file is a file; SQLite
 // would take a pipe or a device for one.
 Status VolumeFile::CheckNeighbours() {
-  bool exists = false;
-  STORE_TRY(Exists(path_.full + kJournalSuffix, exists));
-  if (exists) return Status::kCorrupt;
-  struct stat found;
-  side_file_existed_ = lstat(side_file_.c_str(), &found) == 0;
-  if (!side_file_existed_) return errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
-  return S_ISREG(found.st_mode) ? Status::kOk : Status::kCorrupt;
+  FileKind kind = FileKind::kMissing;
+  STORE_TRY(LookAt(path_.full + kJournalSuffix, kind));
+  if (kind != FileKind::kMissing) return Status::kCorrupt;
+  STORE_TRY(LookAt(side_file_, kind));
+  side_file_existed_ = kind != FileKind::kMissing;
+  return kind != FileKind::kOther ? Status::kOk : Status::kCorrupt;
 }
 
 // With a log, or with a first page that is not the usual one, what counts is for SQLite to say. It makes the log when it
-// looks at the file for the first time, which is at the first flush: that one can be made, and that there is a descriptor
-// for it, is seen to here.
+// looks at the file for the first time, which is at the first flush: that one can be made, and that there is room
+// for it among the open files, is seen to here.
 Status VolumeFile::LookWhetherItRests() {
   if (side_file_existed_) return Status::kOk;
   RestingFile& file = resting_.emplace(held_.file());
@@ -155,24 +142,10 @@ Status VolumeFile::LookWhetherItRests() {
     resting_.reset();
     return read == Status::kCorrupt ? Status::kOk : read;
   }
-  STORE_TRY(KeepDescriptorForLog());
+  STORE_TRY(room_for_log_.Keep(path_.directory));
   STORE_TRY(held_.KeepDescriptor());
   format_version_ = FormatVersionOf(file.first_page().data());
   return Status::kOk;
-}
-
-Status VolumeFile::KeepDescriptorForLog() {
-  constexpr int kFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-  FileDescriptor folder(Uninterrupted([this] { return open(path_.directory.c_str(), kFlags); }));
-  if (!folder.valid()) return StatusOfErrno(errno);
-  if (faccessat(folder.number(), ".", W_OK | X_OK, AT_EACCESS) != 0) return StatusOfErrno(errno);
-  descriptor_for_log_.Swap(folder);
-  return Status::kOk;
-}
-
-void VolumeFile::GiveUpDescriptorForLog() {
-  FileDescriptor given_up(-1);
-  descriptor_for_log_.Swap(given_up);
 }
 
 Status VolumeFile::OpenConnection() {
@@ -207,16 +180,17 @@ Status VolumeFile::Connect() {
 
 // What SQLite left of an attempt that failed is an empty log.
 Status VolumeFile::CheckHasNoLog() const {
-  struct stat found;
-  if (lstat(side_file_.c_str(), &found) != 0) return errno == ENOENT ? Status::kOk : StatusOfErrno(errno);
-  return S_ISREG(found.st_mode) && found.st_size == 0 ? Status::kOk : Status::kCorrupt;
+  FileKind kind = FileKind::kMissing;
+  uint64_t bytes = 0;
+  STORE_TRY(LookAt(side_file_, kind, &bytes));
+  return kind != FileKind::kOther && bytes == 0 ? Status::kOk : Status::kCorrupt;
 }
 
 // Before the first flush through SQLite. The first page has been looked at; since the lock is ours and no log was there,
 // or one that we have written, SQLite meets no other.
 Status VolumeFile::EndRest() {
   if (!resting_) return Status::kOk;
-  GiveUpDescriptorForLog();
+  room_for_log_.GiveUp();
   STORE_TRY(first_flush_ != nullptr ? first_flush_->CheckLog() : CheckHasNoLog());
   const ConnectionAttempt attempt(*this);
   Status status = Connect();
@@ -238,7 +212,7 @@ VolumeFile::ConnectionAttempt::~ConnectionAttempt() {
 // That SQLite could not open a file is all that it says; the system has told it why.
 Status VolumeFile::ReasonOf(Status status) const {
   const int error = status == Status::kAccessDenied ? sqlite3_system_errno(connection_.get()) : 0;
-  return error != 0 ? StatusOfErrno(error) : status;
+  return error != 0 ? StatusOfSystemError(error) : status;
 }
 
 // The first look at the file through SQLite, which takes the lock. The side file may hold another header.

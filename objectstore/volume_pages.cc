@@ -1,12 +1,7 @@
 // See volume_pages.h.
 #include "volume_pages.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <vector>
 
@@ -18,20 +13,19 @@ namespace objectstore {
 namespace {
 
 // As many bytes as there are; fewer at the end or at a part that cannot be read.
-size_t BytesReadAt(int file, uint64_t offset, std::span<uint8_t> bytes) {
+size_t BytesReadAt(const SystemFile& file, uint64_t offset, std::span<uint8_t> bytes) {
   size_t count = 0;
-  static_cast<void>(ReadAt(file, static_cast<off_t>(offset), bytes, count));
+  static_cast<void>(file.Read(offset, bytes, count));
   return count;
 }
 
-Status OpenPlainFile(const std::string& path, FileDescriptor& file, uint64_t& bytes) {
-  constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-  FileDescriptor opened(Uninterrupted([&] { return open(path.c_str(), kFlags); }));
-  if (!opened.valid()) return errno == ELOOP ? Status::kAccessDenied : StatusOfErrno(errno);
-  struct stat found;
-  if (fstat(opened.number(), &found) != 0) return StatusOfErrno(errno);
-  if (!S_ISREG(found.st_mode)) return Status::kAccessDenied;
-  bytes = static_cast<uint64_t>(found.st_size);
+Status OpenPlainFile(const std::string& path, SystemFile& file, uint64_t& bytes) {
+  SystemFile opened;
+  const Status status = opened.Open(path, FileAccess::kRead);
+  if (status != Status::kOk) return status == Status::kCorrupt ? Status::kAccessDenied : status;
+  FileKind kind = FileKind::kMissing;
+  STORE_TRY(opened.LookAt(kind, bytes));
+  if (kind != FileKind::kRegular) return Status::kAccessDenied;
   file.Swap(opened);
   return Status::kOk;
 }
@@ -43,7 +37,7 @@ constexpr uint64_t kMostFramesSearched = 1 << 20;
 
 Status VolumePages::Open(const FilePath& path) {
   STORE_TRY(OpenPlainFile(path.full, file_, file_bytes_));
-  STORE_TRY(LockAsMount(file_.number(), LockKind::kShared));
+  STORE_TRY(file_.LockAsMount(LockKind::kShared));
   if (file_bytes_ > kLargestFileBytes) return Status::kCorrupt;
   last_page_ = static_cast<uint32_t>((file_bytes_ + kPageBytes - 1) / kPageBytes);
   if (OpenPlainFile(path.full + kLogSuffix, log_, log_bytes_) == Status::kOk) ReadLog();
@@ -51,12 +45,12 @@ Status VolumePages::Open(const FilePath& path) {
 }
 
 bool VolumePages::ReadFrame(uint64_t index, std::array<uint8_t, kFrameBytes>& frame) const {
-  return BytesReadAt(log_.number(), kLogHeaderBytes + index * kFrameBytes, frame) == kFrameBytes;
+  return BytesReadAt(log_, kLogHeaderBytes + index * kFrameBytes, frame) == kFrameBytes;
 }
 
 void VolumePages::ReadLog() {
   std::array<uint8_t, kLogHeaderBytes> header;
-  if (BytesReadAt(log_.number(), 0, header) != header.size()) return;
+  if (BytesReadAt(log_, 0, header) != header.size()) return;
   const uint32_t magic = BigEndian32(header.data());
   if ((magic & ~1u) != kLogMagic || BigEndian32(header.data() + 4) != kLogVersion ||
       BigEndian32(header.data() + 8) != kPageBytes) {
@@ -97,7 +91,7 @@ void VolumePages::CountLostFlushes(uint64_t first) {
   uint32_t commits = 0;
   for (uint64_t index = first; index - first < kMostFramesSearched; ++index) {
     const uint64_t offset = kLogHeaderBytes + index * kFrameBytes;
-    if (offset >= log_bytes_ || BytesReadAt(log_.number(), offset, header) != header.size()) return;
+    if (offset >= log_bytes_ || BytesReadAt(log_, offset, header) != header.size()) return;
     if (!std::equal(salts_.begin(), salts_.end(), header.data() + 8)) continue;
     lost_flushes_ = commits;
     if (BigEndian32(header.data() + 4) != 0) ++commits;
@@ -109,15 +103,14 @@ bool VolumePages::Read(uint32_t number, Page& page) const {
   if (number == 0 || number > last_page_) return false;
   const auto found = frames_.find(number);
   if (found == frames_.end()) {
-    return BytesReadAt(file_.number(), uint64_t{number - 1} * kPageBytes, page) == kPageBytes;
+    return BytesReadAt(file_, uint64_t{number - 1} * kPageBytes, page) == kPageBytes;
   }
-  return BytesReadAt(log_.number(), kLogHeaderBytes + found->second * kFrameBytes + kFrameHeaderBytes, page) ==
-         kPageBytes;
+  return BytesReadAt(log_, kLogHeaderBytes + found->second * kFrameBytes + kFrameHeaderBytes, page) == kPageBytes;
 }
 
 bool VolumePages::ReadFirstOfFile(Page& page) const {
   page.fill(0);
-  return BytesReadAt(file_.number(), 0, page) >= kHeaderBytes;
+  return BytesReadAt(file_, 0, page) >= kHeaderBytes;
 }
 
 }  // namespace objectstore

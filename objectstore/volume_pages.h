@@ -9,7 +9,7 @@
 #include <span>
 #include <unordered_map>
 
-#include "file_identity.h"
+#include "file_system.h"
 #include "log_format.h"
 #include "volume_schema.h"
 
@@ -43,8 +43,8 @@ class VolumePages {
   bool ReadFrame(uint64_t index, std::array<uint8_t, kFrameBytes>& frame) const;
   void CountLostFlushes(uint64_t first);
 
-  FileDescriptor file_{-1};
-  FileDescriptor log_{-1};
+  SystemFile file_;
+  SystemFile log_;
   uint64_t file_bytes_ = 0;
   uint64_t log_bytes_ = 0;
   std::array<uint8_t, kSaltBytes> salts_{};

@@ -1,17 +1,16 @@
 // Tables that are put together page by page, as SQLite reads them.
 #include "table_builder.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <unistd.h>
 
+#include <filesystem>
 #include <limits>
 #include <map>
 #include <random>
 #include <string>
 
-#include "file_identity.h"
+#include "file_system.h"
 #include "first_flush.h"
 #include "temporary_directory.h"
 
@@ -22,22 +21,16 @@ using Rows = std::map<int64_t, std::vector<uint8_t>>;
 
 class TableBuilding : public testing::Test {
  protected:
-  ~TableBuilding() override {
-    sqlite3_close(connection_);
-    close(file_);
-  }
+  ~TableBuilding() override { sqlite3_close(connection_); }
 
   AppendedPages::Write IntoFile() const {
-    return [this](std::span<const uint8_t> bytes, uint64_t offset) {
-      return WriteAt(file_, bytes, static_cast<off_t>(offset));
-    };
+    return [this](std::span<const uint8_t> bytes, uint64_t offset) { return file_.Write(bytes, offset); };
   }
 
   // A volume's file whose table of records has these rows.
   void Build(const Rows& rows, uint32_t first_page = kRootPages + 1) {
-    path_ = directory_.path() / "built";
-    file_ = open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
-    ASSERT_GE(file_, 0);
+    path_ = (directory_.path() / "built").string();
+    ASSERT_EQ(file_.Create(path_), Status::kOk);
     EmptyVolume roots;
     ASSERT_EQ(MakeEmptyVolume(roots), Status::kOk);
     AppendedPages pages(IntoFile(), first_page);
@@ -46,7 +39,7 @@ class TableBuilding : public testing::Test {
     ASSERT_EQ(table.End(roots[3]), Status::kOk);
     ASSERT_EQ(pages.End(), Status::kOk);
     MakeFirstPage(pages.next_page() - 1, 1, roots[0]);
-    ASSERT_EQ(WriteAt(file_, {roots.front().data(), sizeof roots}, 0), Status::kOk);
+    ASSERT_EQ(file_.Write({roots.front().data(), sizeof roots}, 0), Status::kOk);
     ASSERT_EQ(sqlite3_open_v2(path_.c_str(), &connection_, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
     if (first_page == kRootPages + 1) {
       EXPECT_EQ(Ask("PRAGMA integrity_check"), "ok");
@@ -56,10 +49,10 @@ class TableBuilding : public testing::Test {
 
   void Forget() {
     sqlite3_close(connection_);
-    close(file_);
-    unlink(path_.c_str());
+    SystemFile closed;
+    closed.Swap(file_);
+    std::filesystem::remove(path_);
     connection_ = nullptr;
-    file_ = -1;
   }
 
   std::string Ask(const char* sql) {
@@ -86,7 +79,7 @@ class TableBuilding : public testing::Test {
 
   TemporaryDirectory directory_;
   std::string path_;
-  int file_ = -1;
+  SystemFile file_;
   sqlite3* connection_ = nullptr;
 };
 
@@ -167,7 +160,11 @@ TEST_F(TableBuilding, ThePageOfSqlitesLocksIsLeftOut) {
     Build(rows, kLockPage - 3);
     EXPECT_TRUE(Read() == rows);
     Page page;
-    ASSERT_EQ(pread(file_, page.data(), page.size(), off_t{kLockPage - 1} * kPageBytes), ssize_t{kPageBytes});
+    SystemFile file;
+    size_t read = 0;
+    ASSERT_EQ(file.Open(path_, FileAccess::kRead), Status::kOk);
+    ASSERT_EQ(file.Read(uint64_t{kLockPage - 1} * kPageBytes, page, read), Status::kOk);
+    ASSERT_EQ(read, size_t{kPageBytes});
     EXPECT_TRUE(page == Page{});
     Forget();
   }

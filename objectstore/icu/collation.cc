@@ -1,4 +1,4 @@
-// See collation.h. The only file that calls ICU's collators.
+// See collation.h: keys that ICU makes, or that are composed as it would. The only file that calls ICU's collators.
 #include "collation.h"
 
 #include <unicode/ucol.h>

@@ -1,0 +1,61 @@
+// See file_identity.h. Paths are UTF-8 here as on every host; both kinds of slash separate folders.
+#include "file_identity.h"
+
+#include "file_system.h"
+#include "system_calls.h"
+
+namespace objectstore {
+
+namespace {
+
+// The system knows paths of 260 units with their end; side files and a file that has no name yet want some of them.
+constexpr size_t kLongestPathUnits = 240;
+
+// A name with a colon is that of something within a file, or begins with a drive whose own folder is meant.
+bool IsFileName(const std::string& name) { return !name.empty() && name.find(':') == std::string::npos; }
+
+Status LookAt(const std::string& path, FileKind& kind, windows::Facts& facts) {
+  kind = FileKind::kMissing;
+  const windows::ErrorNumber error = windows::FactsOfName(path, facts);
+  if (error != 0) {
+    const Status status = StatusOfSystemError(static_cast<int>(error));
+    return status == Status::kFileNotFound ? Status::kOk : status;
+  }
+  kind = facts.is_file ? FileKind::kRegular : FileKind::kOther;
+  return Status::kOk;
+}
+
+}  // namespace
+
+Status ResolvePath(const std::string& path, FilePath& resolved) {
+  const size_t slash = path.find_last_of("/\\");
+  const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  if (!IsFileName(name)) return Status::kPathNotFound;
+  const windows::ErrorNumber error = windows::FinalPathOfFolder(directory, resolved.directory);
+  if (error != 0) {
+    const Status status = StatusOfSystemError(static_cast<int>(error));
+    return status == Status::kFileNotFound ? Status::kPathNotFound : status;
+  }
+  const bool is_root = resolved.directory.back() == '\\';
+  resolved.full = is_root ? resolved.directory + name : resolved.directory + "\\" + name;
+  return windows::WideText(resolved.full).size() <= kLongestPathUnits ? Status::kOk : Status::kPathNotFound;
+}
+
+Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity, uint64_t* bytes) {
+  windows::Facts facts;
+  STORE_TRY(LookAt(path.full, kind, facts));
+  if (kind == FileKind::kMissing) return Status::kOk;
+  identity = {facts.volume, facts.number};
+  if (bytes != nullptr) *bytes = facts.bytes;
+  return Status::kOk;
+}
+
+Status LookAt(const std::string& path, FileKind& kind, uint64_t* bytes) {
+  windows::Facts facts;
+  STORE_TRY(LookAt(path, kind, facts));
+  if (kind != FileKind::kMissing && bytes != nullptr) *bytes = facts.bytes;
+  return Status::kOk;
+}
+
+}  // namespace objectstore
