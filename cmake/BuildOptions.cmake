@@ -53,9 +53,11 @@ endif()
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES C CXX)
 
+# The options that follow are for ELF; on Windows the linker's own defaults hold (addresses at random, no executable data).
+#
 # What is delivered is optimised as one: records are reached through many small functions in files of their own, and
 # reading, sorting and searching take a tenth to a third less that way.
-if(CMAKE_BUILD_TYPE STREQUAL "Release")
+if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT WIN32)
   include(CheckIPOSupported)
   check_ipo_supported(RESULT XKRDB_HAS_LINK_TIME_OPTIMISATION OUTPUT ignored LANGUAGES C CXX)
   set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ${XKRDB_HAS_LINK_TIME_OPTIMISATION})
@@ -63,7 +65,7 @@ endif()
 
 # What is delivered is hardened: buffer checks, stack canaries, no lazy binding, no writable and executable pages.
 # scripts/check-hardening looks for it in the binaries.
-if(CMAKE_BUILD_TYPE STREQUAL "Release")
+if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT WIN32)
   include(CheckCXXCompilerFlag)
   check_cxx_compiler_flag(-fcf-protection=full XKRDB_HAS_CONTROL_FLOW_PROTECTION)
   check_cxx_compiler_flag(-fstack-clash-protection XKRDB_HAS_STACK_CLASH_PROTECTION)
@@ -77,7 +79,7 @@ endif()
 
 # An exported call that another call of the same library uses is the library's own, whatever the program that loads it
 # exports under that name; so it may also be inlined.
-if(CMAKE_BUILD_TYPE STREQUAL "Release")
+if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT WIN32)
   target_compile_options(xkrdb_build_options INTERFACE -fno-semantic-interposition -fno-plt)
   target_link_options(xkrdb_build_options INTERFACE -Wl,-Bsymbolic-functions)
 endif()

@@ -1,11 +1,8 @@
-// The runtime functions on 16-bit text, for hosts whose own wide characters are wider.
+// The runtime functions on 16-bit text, for hosts whose own wide characters are wider or go by a locale.
 //
 // Comparisons answer -1, 0 or 1, so that a caller may cut the result to 16 bits. Nothing here looks at the process's
 // locale.
 #include "wide_text.h"
-
-#include <locale.h>
-#include <wctype.h>
 
 #include <bit>
 #include <cstdarg>
@@ -13,18 +10,15 @@
 
 #include "text_vectors.h"
 
+#include "lower_case.h"
+
 namespace {
 
 int Sign(int difference) { return (difference > 0) - (difference < 0); }
 
-// The simple lower-case mapping of one code unit. Halves of surrogate pairs map to themselves. Hosts without the
-// C.UTF-8 locale fold ASCII only.
 WCHAR Lower(WCHAR unit) {
-  if (unit < 0x80) return unit >= u'A' && unit <= u'Z' ? static_cast<WCHAR>(unit + (u'a' - u'A')) : unit;
-  static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-  if (unicode == nullptr) return unit;
-  const wint_t lower = towlower_l(unit, unicode);
-  return lower <= 0xFFFF ? static_cast<WCHAR>(lower) : unit;
+  if (unit >= 0x80) return LowerCaseBeyondAscii(unit);
+  return unit >= u'A' && unit <= u'Z' ? static_cast<WCHAR>(unit + (u'a' - u'A')) : unit;
 }
 
 bool IsSpace(WCHAR unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
