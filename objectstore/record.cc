@@ -57,9 +57,9 @@ RecordRef Record::Create(CEOID oid, std::span<const Value> values, RecordArena* 
 
 RecordRef Record::Create(CEOID oid, std::span<const Value> values, uint64_t counted_bytes, RecordArena* arena) {
   size_t bytes = sizeof(Record) + values.size() * sizeof(Property);
-  for (const Value& value : values) bytes += static_cast<size_t>(BytesOf(FormOf(value), value.length));
+  for (const Value& value : values) bytes += BytesOf(FormOf(value), value.length);
   void* memory = arena != nullptr ? arena->Allocate(bytes) : ::operator new(bytes);
-  auto* record = new (memory) Record(oid, values.size(), counted_bytes, arena != nullptr);
+  auto* record = new (memory) Record(oid, values.size(), static_cast<size_t>(counted_bytes), arena != nullptr);
   Fill(values, record->Properties());
   return RecordRef(record);
 }

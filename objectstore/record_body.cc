@@ -100,7 +100,7 @@ void DecodePayload(BodyReader& reader, PropertyCode code, Value& value) {
     default:
       break;
   }
-  const size_t length = reader.GetCount(CEDB_MAXPROPDATASIZE);
+  const auto length = static_cast<size_t>(reader.GetCount(CEDB_MAXPROPDATASIZE));
   switch (code) {
     case PropertyCode::kNarrowText:
       return DecodeText(reader, length, true, value);
