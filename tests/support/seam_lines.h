@@ -60,6 +60,8 @@ inline Lines ProbedReadKept(const std::string& ids, uint64_t size) {
   return {Probe(ids), "GetLastError()", Allocate(size), Read(ids, size)};
 }
 
-inline Lines ProbedRead(const std::string& ids, uint64_t size) { return Join({ProbedReadKept(ids, size), {Free(size)}}); }
+inline Lines ProbedRead(const std::string& ids, uint64_t size) {
+  return Join({ProbedReadKept(ids, size), {Free(size)}});
+}
 
 }  // namespace seam
