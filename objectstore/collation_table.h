@@ -31,7 +31,8 @@ class CollationTable {
   };
   CollationTable(const StoredKeys& stored, size_t levels);
 
-  // A canonical composition of two characters, and the place of a mark among others behind a letter, as Unicode has them.
+  // A canonical composition of two characters, or with none for the second a character that stands for another, and the
+  // place of a mark among others behind a letter, as Unicode has them.
   struct Composition {
     char16_t first;
     char16_t second;

@@ -54,7 +54,7 @@ char32_t CollationTable::ComposedOf(char32_t first, char32_t second, const Compo
                                                                                                : char16_t{0};
 }
 
-// Letters with a mark whose key is not of the simple form: as the letter and its mark.
+// Letters with a mark that have no place, or whose key is not of the simple form: as the letter and its mark.
 void CollationTable::Decompose(std::vector<char32_t>& characters, const Compositions& compositions) const {
   const auto& pairs = compositions.pairs;
   for (size_t i = 0; i < characters.size(); ++i) {
@@ -63,7 +63,8 @@ void CollationTable::Decompose(std::vector<char32_t>& characters, const Composit
         std::find_if(pairs.begin(), pairs.end(), [&](const auto& pair) { return pair.composed == characters[i]; });
     if (found == pairs.end()) continue;
     characters[i] = found->first;
-    characters.insert(characters.begin() + static_cast<ptrdiff_t>(i) + 1, found->second);
+    if (found->second != 0) characters.insert(characters.begin() + static_cast<ptrdiff_t>(i) + 1, found->second);
+    --i;  // the letter may have a mark of its own
   }
 }
 

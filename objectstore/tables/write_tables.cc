@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "text_tables.h"
@@ -84,26 +85,42 @@ void WriteKeys() {
   Write("kShortenedFirstBytes", {shortened.begin(), shortened.end()});
 }
 
-// Of letters with marks, where all three have places.
-void WriteCompositions() {
+// Of characters that are made of such as have places, and of nothing else.
+std::vector<CollationTable::Composition> Compositions(const std::vector<char16_t>& characters) {
   UErrorCode error = U_ZERO_ERROR;
-  const UNormalizer2* const composing = unorm2_getNFCInstance(&error);
+  const UNormalizer2* const decomposing = unorm2_getNFDInstance(&error);
+  const auto has_place = [&characters](char16_t one) {
+    return std::find(characters.begin(), characters.end(), one) != characters.end();
+  };
+  std::vector<CollationTable::Composition> all;
+  for (uint32_t unit = 1; unit <= 0xFFFF; ++unit) {
+    const auto code = static_cast<UChar32>(unit);
+    std::array<char16_t, 32> parts;
+    const int32_t whole = unorm2_getDecomposition(decomposing, code, parts.data(), 32, &error);
+    if (whole <= 0 || !std::all_of(parts.begin(), parts.begin() + whole, has_place)) continue;
+    const int32_t once = unorm2_getRawDecomposition(decomposing, code, parts.data(), 32, &error);
+    Require(once == 1 || once == 2, "a character has other parts than two");
+    const char16_t second = once == 2 ? parts[1] : char16_t{0};
+    const bool composes = second != 0 && unorm2_composePair(decomposing, parts[0], second) == code;
+    const auto here = static_cast<char16_t>(unit);
+    if (composes || !has_place(here)) all.push_back({parts[0], second, here});
+  }
   Require(U_SUCCESS(error) != 0, "no normalisation");
-  std::vector<char16_t> characters = CharactersWithPlaces();
-  std::vector<char16_t> marks;
-  std::copy_if(characters.begin(), characters.end(), std::back_inserter(marks),
-               [](char16_t one) { return u_getCombiningClass(one) != 0; });
+  std::sort(all.begin(), all.end(),
+            [](const auto& a, const auto& b) { return std::pair(a.first, a.second) < std::pair(b.first, b.second); });
+  return all;
+}
+
+void WriteCompositions() {
+  const std::vector<char16_t> characters = CharactersWithPlaces();
   std::printf("constexpr CollationTable::Composition kCompositions[] = {\n");
-  for (const char16_t letter : characters) {
-    for (const char16_t mark : marks) {
-      const UChar32 composed = unorm2_composePair(composing, letter, mark);
-      const bool has_place =
-          composed > 0 && std::find(characters.begin(), characters.end(), composed) != characters.end();
-      if (has_place) std::printf("{%u,%u,%u},\n", letter, mark, static_cast<unsigned>(composed));
-    }
+  for (const auto& one : Compositions(characters)) {
+    std::printf("{%u,%u,%u},\n", unsigned{one.first}, unsigned{one.second}, unsigned{one.composed});
   }
   std::printf("};\nconstexpr CollationTable::MarkClass kMarkClasses[] = {\n");
-  for (const char16_t mark : marks) std::printf("{%u,%u},\n", mark, u_getCombiningClass(mark));
+  for (const char16_t one : characters) {
+    if (u_getCombiningClass(one) != 0) std::printf("{%u,%u},\n", unsigned{one}, unsigned{u_getCombiningClass(one)});
+  }
   std::printf("};\n");
 }
 

@@ -83,6 +83,21 @@ TEST_P(TextTables, MarksAreTakenAsIcuTakesThem) {
   }
 }
 
+// Letters of other blocks that are made of known ones, such as those of older Greek.
+TEST_P(TextTables, LettersMadeOfKnownOnesHaveIcusKeys) {
+  const IcuCollator icu = OpenIcu(GetParam());
+  const Collation& tables = Collation::ForFlags(GetParam().flags);
+  size_t count = 0;
+  for (const auto& composition : objectstore::StoredCompositions().pairs) {
+    const std::u16string text(1, composition.composed);
+    const std::u16string among = u"x" + text + u"y";
+    EXPECT_EQ(KeyOf(tables, text), IcuKey(icu, text)) << Units(text);
+    EXPECT_EQ(KeyOf(tables, among), IcuKey(icu, among)) << Units(among);
+    ++count;
+  }
+  EXPECT_GT(count, 1000u);
+}
+
 TEST_P(TextTables, OtherCharactersSortBehindThoseThatAreKnownByTheirNumbers) {
   const Collation& tables = Collation::ForFlags(GetParam().flags);
   const struct {

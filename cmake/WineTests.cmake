@@ -1,0 +1,35 @@
+# xkrdb_wine_test(<name> SOURCES <files...> [SEES <folders...>] [FOLDERS <object libraries...>] [LIBRARIES <targets...>])
+#
+# One program of GoogleTest, compiled from its sources for Windows and run whole under Wine as one entry of ctest. Texts are
+# char16_t in it, as in all tests of the house.
+#
+# One Wine server serves all tests, in a prefix in the build folder. No display, no help with crashes.
+add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+
+set(wine_scripts "${PROJECT_SOURCE_DIR}/tests/device")
+set(XKRDB_WINE_ENVIRONMENT
+    "WINEDEBUG=-all" "WINEPREFIX=${CMAKE_BINARY_DIR}/wine" "DISPLAY="
+    "WINEDLLOVERRIDES=mscoree,mshtml,winemenubuilder.exe,winedbg.exe=d")
+if(NOT CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+  list(APPEND XKRDB_WINE_ENVIRONMENT "WINEARCH=win32")
+endif()
+add_test(NAME wine_starts COMMAND "${wine_scripts}/wine_server" start)
+add_test(NAME wine_stops COMMAND "${wine_scripts}/wine_server" stop)
+set_tests_properties(wine_starts PROPERTIES FIXTURES_SETUP wine TIMEOUT 120 ENVIRONMENT "${XKRDB_WINE_ENVIRONMENT}")
+set_tests_properties(wine_stops PROPERTIES FIXTURES_CLEANUP wine TIMEOUT 60 ENVIRONMENT "${XKRDB_WINE_ENVIRONMENT}")
+
+function(xkrdb_wine_test name)
+  cmake_parse_arguments(test "" "" "SOURCES;SEES;FOLDERS;LIBRARIES" ${ARGN})
+  add_executable(${name} ${test_SOURCES})
+  foreach(folder IN LISTS test_FOLDERS)
+    target_sources(${name} PRIVATE $<TARGET_OBJECTS:${folder}>)
+  endforeach()
+  target_compile_definitions(${name} PRIVATE MDB_CHAR16)
+  foreach(seen include tests/support ${test_SEES})
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/${seen}")
+  endforeach()
+  target_link_libraries(${name} PRIVATE xkrdb_build_options ${test_LIBRARIES} gtest gtest_main)
+  target_link_options(${name} PRIVATE -static)
+  add_test(NAME ${name} COMMAND "${wine_scripts}/run_under_wine" "$<TARGET_FILE:${name}>")
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600 FIXTURES_REQUIRED wine ENVIRONMENT "${XKRDB_WINE_ENVIRONMENT}")
+endfunction()
