@@ -8,8 +8,13 @@ namespace objectstore {
 
 namespace {
 
-// The system knows paths of 260 units with their end; side files and a file that has no name yet want some of them.
-constexpr size_t kLongestPathUnits = 240;
+// The system takes plain paths of 260 units with their end; side files and a file that has no name yet want some of them.
+constexpr size_t kLongestPlainUnits = 240;
+
+// One that it takes as it is, and therefore of any length. It must be absolute, with backslashes alone.
+std::string MarkedPath(const std::string& path) {
+  return path.starts_with("\\\\") ? "\\\\?\\UNC" + path.substr(1) : "\\\\?\\" + path;
+}
 
 // A name with a colon is that of something within a file, or begins with a drive whose own folder is meant.
 bool IsFileName(const std::string& name) { return !name.empty() && name.find(':') == std::string::npos; }
@@ -39,7 +44,11 @@ Status ResolvePath(const std::string& path, FilePath& resolved) {
   }
   const bool is_root = resolved.directory.back() == '\\';
   resolved.full = is_root ? resolved.directory + name : resolved.directory + "\\" + name;
-  return windows::WideText(resolved.full).size() <= kLongestPathUnits ? Status::kOk : Status::kPathNotFound;
+  if (windows::WideText(resolved.full).size() > kLongestPlainUnits) {
+    resolved.directory = MarkedPath(resolved.directory);
+    resolved.full = MarkedPath(resolved.full);
+  }
+  return Status::kOk;
 }
 
 Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity, uint64_t* bytes) {
