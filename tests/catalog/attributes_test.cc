@@ -85,7 +85,7 @@ TEST_F(Attributes, SettingsAndNameComeInOneReadOfBothProperties) {
   EXPECT_EQ(mdb::MDbAttrTblRead(&env, ref(), &env.attrTbl, 0, &stored, name, 10), MDbStatusOk);
   EXPECT_EQ(std::memcmp(&stored, &attrs, sizeof stored), 0);
   EXPECT_EQ(std::u16string(name), u"Addr");
-  const size_t size = seam.CallsOf("LocalAlloc").at(0).arguments[1];
+  const uint64_t size = seam.CallsOf("LocalAlloc").at(0).arguments[1];
   EXPECT_EQ(seam.Texts(), seam::Join({{Find(0x20000)}, seam::ProbedRead("0x20041, 0x3001F", size)}));
 }
 

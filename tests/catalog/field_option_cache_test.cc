@@ -70,7 +70,7 @@ TEST_F(FieldOptionCache, OpeningBuildsNoCache) {
 TEST_F(FieldOptionCache, TheFirstReadTakesBothPropertiesCountsTheFieldsAndSizesTheCache) {
   seam::PlatformSeam seam;
   EXPECT_TRUE(Same(Read(1), pairs[1].option));
-  const size_t block = seam.CallsOf("LocalAlloc").at(0).arguments[1];
+  const uint64_t block = seam.CallsOf("LocalAlloc").at(0).arguments[1];
   EXPECT_EQ(seam.Texts(), seam::Join({{Find(1)},
                                       seam::ProbedReadKept("0x20041, 0x30041", block),
                                       {Find(0), FindNext(1), FindNext(2), FindNext(3), seam::Allocate(3 * kEntry)}}));
@@ -82,7 +82,7 @@ TEST_F(FieldOptionCache, ALaterFieldIsReadWithoutCountingAgain) {
   Read(1);
   seam::PlatformSeam seam;
   EXPECT_TRUE(Same(Read(2), pairs[2].option));
-  const size_t block = seam.CallsOf("LocalAlloc").at(0).arguments[1];
+  const uint64_t block = seam.CallsOf("LocalAlloc").at(0).arguments[1];
   EXPECT_EQ(seam.Texts(), seam::Join({{Find(2)}, seam::ProbedReadKept("0x20041, 0x30041", block)}));
 }
 

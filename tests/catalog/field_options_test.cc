@@ -99,7 +99,7 @@ TEST_F(FieldOptions, WithoutTheCacheEachReadAsksForItsOwnPropertyAndFreesItsBloc
   for (int again = 0; again < 2; ++again) {
     seam::PlatformSeam seam;
     EXPECT_EQ(MDbFieldOpTblReadOption(&env, ref(), &env.fieldOpTbl, 0, &option), MDbStatusOk);
-    size_t block = seam.CallsOf("LocalAlloc").at(0).arguments[1];
+    uint64_t block = seam.CallsOf("LocalAlloc").at(0).arguments[1];
     EXPECT_EQ(seam.Texts(), seam::Join({{Find(0)}, seam::ProbedRead("0x20041", block)}));
     seam.Clear();
     EXPECT_EQ(MDbFieldOpTblReadOptionEx(&env, ref(), &env.fieldOpTbl, 0, &option_ex), MDbStatusOk);

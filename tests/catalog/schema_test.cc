@@ -136,7 +136,7 @@ TEST_F(Schema, EachReadAsksForItsOwnPropertiesAlone) {
     seam::PlatformSeam seam;
     EXPECT_EQ(row.read(), MDbStatusOk) << row.why;
     ASSERT_EQ(seam.CountOf("LocalAlloc"), 1u) << row.why;
-    const size_t size = seam.CallsOf("LocalAlloc")[0].arguments[1];
+    const uint64_t size = seam.CallsOf("LocalAlloc")[0].arguments[1];
     EXPECT_EQ(seam.Texts(), seam::Join({{Find(0x30001)}, seam::ProbedRead(row.ids, size)})) << row.why;
   }
 }

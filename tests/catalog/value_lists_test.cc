@@ -118,7 +118,7 @@ TEST_F(ValueLists, AReadIsFindProbeBlockReadAndTheSizeStopsAfterTheProbe) {
   uint32_t size = 0;
   seam::PlatformSeam seam;
   EXPECT_EQ(MDbValListTblRead(&env, ref(), &env.valListTbl, 0, text, sizeof text), MDbStatusOk);
-  const size_t block = seam.CallsOf("LocalAlloc").at(0).arguments[1];
+  const uint64_t block = seam.CallsOf("LocalAlloc").at(0).arguments[1];
   EXPECT_EQ(seam.Texts(), seam::Join({{Find(0x10000)}, seam::ProbedRead("0x2001F", block)}));
   seam.Clear();
   EXPECT_EQ(MDbValListTblGetSize(&env, ref(), &env.valListTbl, 0, &size), MDbStatusOk);

@@ -38,7 +38,8 @@ TEST(Load, EveryListedCallIsFoundByItsName) {
 TEST(Load, ACopyThatIsMovedToAnotherAddressWorksAsWell) {
   void* const library = dlopen("XKRDBCEPPC.dll", RTLD_NOW);
   ASSERT_NE(library, nullptr) << dlerror();
-  std::filesystem::copy_file("XKRDBCEPPC.dll", "moved.dll", std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::remove("moved.dll");  // an earlier run's
+  std::filesystem::copy_file("XKRDBCEPPC.dll", "moved.dll");
   void* const moved = dlopen("moved.dll", RTLD_NOW);
   ASSERT_NE(moved, nullptr) << dlerror();
   EXPECT_EQ(reinterpret_cast<uintptr_t>(library), 0x10000000u);
