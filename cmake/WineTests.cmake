@@ -1,5 +1,5 @@
 # xkrdb_wine_test(<name> SOURCES <files...> [SEES <folders...>] [FOLDERS <object libraries...>] [LIBRARIES <targets...>]
-#                 [LEAVES_OUT <tests...>])
+#                 [WRAP <functions...>] [LEAVES_OUT <tests...>])
 #
 # One program of GoogleTest, compiled from its sources for Windows and run whole under Wine as one entry of ctest. Texts are
 # char16_t in it, as in all tests of the house.
@@ -20,7 +20,7 @@ set_tests_properties(wine_starts PROPERTIES FIXTURES_SETUP wine TIMEOUT 120 ENVI
 set_tests_properties(wine_stops PROPERTIES FIXTURES_CLEANUP wine TIMEOUT 60 ENVIRONMENT "${XKRDB_WINE_ENVIRONMENT}")
 
 function(xkrdb_wine_test name)
-  cmake_parse_arguments(test "" "" "SOURCES;SEES;FOLDERS;LIBRARIES;LEAVES_OUT" ${ARGN})
+  cmake_parse_arguments(test "" "" "SOURCES;SEES;FOLDERS;LIBRARIES;WRAP;LEAVES_OUT" ${ARGN})
   add_executable(${name} ${test_SOURCES})
   foreach(folder IN LISTS test_FOLDERS)
     target_sources(${name} PRIVATE $<TARGET_OBJECTS:${folder}>)
@@ -31,7 +31,11 @@ function(xkrdb_wine_test name)
   endforeach()
   target_link_libraries(${name} PRIVATE xkrdb_build_options ${test_LIBRARIES} gtest gtest_main)
   target_link_options(${name} PRIVATE -static)
+  foreach(function IN LISTS test_WRAP)
+    target_link_options(${name} PRIVATE "-Wl,--wrap=${function}")
+  endforeach()
   list(JOIN test_LEAVES_OUT ":" left_out)
   add_test(NAME ${name} COMMAND "${wine_scripts}/run_under_wine" "$<TARGET_FILE:${name}>" "--gtest_filter=-${left_out}")
-  set_tests_properties(${name} PROPERTIES TIMEOUT 600 FIXTURES_REQUIRED wine ENVIRONMENT "${XKRDB_WINE_ENVIRONMENT}")
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600 FIXTURES_REQUIRED wine ENVIRONMENT "${XKRDB_WINE_ENVIRONMENT}"
+                                           WORKING_DIRECTORY "$<TARGET_FILE_DIR:${name}>")
 endfunction()
