@@ -1,11 +1,8 @@
 #include "plain_values.h"
 
-#include <unicode/ucol.h>
-
 #include <algorithm>
 #include <cctype>
 #include <chrono>
-#include <cstdlib>
 #include <limits>
 
 #include "mdb_types.h"
@@ -78,17 +75,6 @@ class Reader {
   std::string text_;
   size_t at_ = 0;
 };
-
-UCollator* RootCollator() {
-  static UCollator* const collator = [] {
-    UErrorCode error = U_ZERO_ERROR;
-    UCollator* opened = ucol_open("root", &error);
-    if (U_FAILURE(error)) std::abort();
-    ucol_setStrength(opened, UCOL_TERTIARY);
-    return opened;
-  }();
-  return collator;
-}
 
 }  // namespace
 
@@ -167,11 +153,6 @@ bool WordsMatch(const Text& search, const Text& text) {
     if (std::none_of(words.begin(), words.end(), begins)) return false;
   }
   return true;
-}
-
-int CompareText(const Text& a, const Text& b) {
-  return ucol_strcoll(RootCollator(), a.data(), static_cast<int32_t>(a.size()), b.data(),
-                      static_cast<int32_t>(b.size()));
 }
 
 }  // namespace plain
