@@ -7,15 +7,15 @@
 namespace wordbreaker {
 namespace {
 
-// The folded words of text; the iterator is the language's.
-std::vector<std::u16string> FoldedWords(std::u16string_view text, UBreakIterator* iterator) {
+// The folded words of text; the boundaries are the language's.
+std::vector<std::u16string> FoldedWords(std::u16string_view text, WordBoundaries& boundaries) {
   std::vector<std::u16string> words;
-  SetText(iterator, text);
-  int32_t start = ubrk_first(iterator);
-  for (int32_t end = ubrk_next(iterator); end != UBRK_DONE; start = end, end = ubrk_next(iterator)) {
-    if (ubrk_getRuleStatus(iterator) < UBRK_WORD_NONE_LIMIT) continue;
+  boundaries.SetText(text);
+  size_t start = 0;
+  for (size_t end = boundaries.Next(); end != WordBoundaries::kEnd; start = end, end = boundaries.Next()) {
+    if (!boundaries.HasPassedWord()) continue;
     std::u16string folded;
-    FoldText(text.substr(static_cast<size_t>(start), static_cast<size_t>(end - start)), folded);
+    FoldText(text.substr(start, end - start), folded);
     if (!folded.empty()) words.push_back(std::move(folded));
   }
   return words;
@@ -36,8 +36,8 @@ bool IsInsideSolid(std::u16string_view text, size_t position) {
 WordSearch::Word::Word(std::u16string folding) : folded(std::move(folding)), ascii(IsAscii(folded)), filter(folded) {}
 
 WordSearch::WordSearch(std::u16string_view text, const WordLanguage& language)
-    : ascii_rules_(language.ascii()), iterator_(language.NewIterator()) {
-  std::vector<std::u16string> words = FoldedWords(text, iterator_.get());
+    : ascii_rules_(language.ascii()), boundaries_(language.NewBoundaries()) {
+  std::vector<std::u16string> words = FoldedWords(text, boundaries_);
   // A word that another one begins with need not be looked for. In order, such a word stands in front of the other.
   std::sort(words.begin(), words.end());
   for (size_t i = 0; i < words.size(); ++i) {
@@ -90,7 +90,7 @@ bool WordSearch::StandsInAscii(const Word& word, std::u16string_view text, size_
 
 bool WordSearch::FindsInAnyText(std::u16string_view text) {
   unit_by_unit_ = FoldText(text, folded_text_);
-  iterator_has_text_ = false;
+  boundaries_have_text_ = false;
   return std::all_of(words_.begin(), words_.end(), [&](const Word& word) { return IsInText(word, text); });
 }
 
@@ -122,7 +122,7 @@ bool WordSearch::WordStartsAt(Place start, size_t folded_end, std::u16string_vie
   const bool starts_apart = start.original == 0 || ascii_rules_.AlwaysSeparates(text[start.original - 1]);
   if (!starts_apart && IsInsideSolid(text, start.original)) return false;
   if (starts_apart && SolidWordReaches(start, folded_end, text)) return true;
-  return IteratorsWordReaches(start, folded_end, text);
+  return BoundedWordReaches(start, folded_end, text);
 }
 
 bool WordSearch::SolidWordReaches(Place place, size_t folded_end, std::u16string_view text) const {
@@ -134,13 +134,13 @@ bool WordSearch::SolidWordReaches(Place place, size_t folded_end, std::u16string
   return end + 1 == text.size() || ascii_rules_.AlwaysSeparates(text[end + 1]);
 }
 
-bool WordSearch::IteratorsWordReaches(Place place, size_t folded_end, std::u16string_view text) {
-  if (!iterator_has_text_) SetText(iterator_.get(), text);
-  iterator_has_text_ = true;
-  if (!ubrk_isBoundary(iterator_.get(), static_cast<int32_t>(place.original))) return false;
-  const int32_t end = ubrk_next(iterator_.get());
-  if (end == UBRK_DONE || ubrk_getRuleStatus(iterator_.get()) < UBRK_WORD_NONE_LIMIT) return false;
-  while (place.folded < folded_end && place.original < static_cast<size_t>(end)) Advance(text, place);
+bool WordSearch::BoundedWordReaches(Place place, size_t folded_end, std::u16string_view text) {
+  if (!boundaries_have_text_) boundaries_.SetText(text);
+  boundaries_have_text_ = true;
+  if (!boundaries_.IsBoundary(place.original)) return false;
+  const size_t end = boundaries_.Next();
+  if (end == WordBoundaries::kEnd || !boundaries_.HasPassedWord()) return false;
+  while (place.folded < folded_end && place.original < end) Advance(text, place);
   return place.folded >= folded_end;
 }
 

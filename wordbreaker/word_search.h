@@ -18,7 +18,7 @@
 
 namespace wordbreaker {
 
-// For one thread at a time. Every call may throw std::bad_alloc or IcuFailure; the next one works again.
+// For one thread at a time. Every call may throw std::bad_alloc or, with ICU, IcuFailure; the next one works again.
 class WordSearch {
  public:
   WordSearch(std::u16string_view text, const WordLanguage& language);
@@ -62,18 +62,18 @@ class WordSearch {
   // True when a word of the text starts there and its folding reaches folded_end.
   bool WordStartsAt(Place start, size_t folded_end, std::u16string_view text);
 
-  // The same, when a word starts there for certain. Without the iterator: true only for a word of solid characters
+  // The same, when a word starts there for certain. Without the boundaries: true only for a word of solid characters
   // behind which it ends for certain. The whole word must be seen, since a mark behind a low line makes all of it no
   // word.
   bool SolidWordReaches(Place place, size_t folded_end, std::u16string_view text) const;
 
-  // The same as WordStartsAt, by the iterator.
-  bool IteratorsWordReaches(Place place, size_t folded_end, std::u16string_view text);
+  // The same as WordStartsAt, by the boundaries.
+  bool BoundedWordReaches(Place place, size_t folded_end, std::u16string_view text);
 
   std::vector<Word> words_;
   AsciiRules ascii_rules_;
-  BreakIterator iterator_;
-  bool iterator_has_text_ = false;
+  WordBoundaries boundaries_;
+  bool boundaries_have_text_ = false;
   std::u16string folded_text_;  // the text that is searched; kept from text to text for its memory
   std::array<char, 4096> packed_text_;
   bool unit_by_unit_ = false;  // places in the text and in its folding are the same

@@ -1,33 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "slow_search.h"
-#include "xkrwbrk.h"
+#include "match_cases.h"
 
 namespace {
-
-struct Case {
-  const char* why;
-  std::u16string search;
-  std::u16string text;
-  bool found;
-};
-
-bool Found(const std::u16string& search, const std::u16string& text) {
-  uint32_t session = 0;
-  EXPECT_EQ(FWOpenSession(search.c_str(), &session), 0);
-  EXPECT_NE(session, 0u);
-  const uint16_t result = FWFindWord(session, text.c_str());
-  EXPECT_EQ(FWCloseSession(session), 0);
-  return result == 0;
-}
-
-template <size_t count>
-void ExpectAll(const Case (&cases)[count]) {
-  for (const Case& row : cases) {
-    EXPECT_EQ(Found(row.search, row.text), row.found)
-        << row.why << ": " << Shown(row.search) << " in " << Shown(row.text);
-  }
-}
 
 TEST(WordMatch, EveryWordOfTheSearchBeginsAWordOfTheText) {
   ExpectAll({
@@ -167,24 +142,6 @@ TEST(WordMatch, TurkishI) {
       {"dotless by itself", u"\u0131sparta", u"\u0131sparta", true},
       {"dotless is not the plain i", u"isparta", u"\u0131sparta", false},
       {"nor the plain I", u"\u0131sparta", u"ISPARTA", false},
-  });
-}
-
-TEST(WordMatch, ScriptsWithoutSpacesAreCutByDictionary) {
-  ExpectAll({
-      {"Thai, second word", u"\u0E44\u0E17\u0E22", u"\u0E20\u0E32\u0E29\u0E32\u0E44\u0E17\u0E22", true},
-      {"Thai, first word", u"\u0E20\u0E32\u0E29\u0E32", u"\u0E20\u0E32\u0E29\u0E32\u0E44\u0E17\u0E22", true},
-      {"Thai, inside a word", u"\u0E29\u0E32", u"\u0E20\u0E32\u0E29\u0E32\u0E44\u0E17\u0E22", false},
-      {"Thai, both words", u"\u0E44\u0E17\u0E22\u0E20\u0E32\u0E29\u0E32", u"\u0E20\u0E32\u0E29\u0E32\u0E44\u0E17\u0E22",
-       true},
-      {"Japanese, first word", u"\u6771\u4EAC", u"\u6771\u4EAC\u306B\u884C\u304F", true},
-      {"Japanese, a later word", u"\u884C\u304F", u"\u6771\u4EAC\u306B\u884C\u304F", true},
-      {"Japanese, inside a word", u"\u4EAC", u"\u6771\u4EAC\u306B\u884C\u304F", false},
-      {"katakana", u"\u30C6\u30EC", u"\u30C6\u30EC\u30D3", true},
-      {"katakana, inside", u"\u30EC\u30D3", u"\u30C6\u30EC\u30D3", false},
-      {"half-width katakana", u"\uFF83\uFF9A\uFF8B\uFF9E", u"\u30C6\u30EC\u30D3", true},
-      {"Korean syllable by its letters", u"\uD558", u"\uD55C\uAD6D", true},
-      {"Korean, inside a word", u"\uAD6D", u"\uD55C\uAD6D", false},
   });
 }
 
