@@ -134,7 +134,7 @@ TEST_F(TableBuilding, RandomRowsAreReadAndChangedBySqlite) {
   std::mt19937_64 random(kSeed);
   Rows rows;
   for (int i = 0; i < 3000; ++i) {
-    const size_t bytes = random() % 50 == 0 ? random() % 30000 : random() % 900;
+    const auto bytes = static_cast<size_t>(random() % 50 == 0 ? random() % 30000 : random() % 900);
     rows[static_cast<int64_t>(random())] = Body(bytes, random());
   }
   Build(rows);

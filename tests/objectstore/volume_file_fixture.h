@@ -131,7 +131,7 @@ class VolumeFileTest : public ::testing::Test {
   // Runs statements on a file that is not mounted, and leaves it as one file.
   static void ChangeBehindTheStore(const std::filesystem::path& file, const std::string& statements) {
     sqlite3* opened = nullptr;
-    ASSERT_EQ(sqlite3_open_v2(file.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open_v2(file.string().c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr), SQLITE_OK);
     const objectstore::Connection connection(opened);
     char* message = nullptr;
     EXPECT_EQ(sqlite3_exec(opened, statements.c_str(), nullptr, nullptr, &message), SQLITE_OK)
@@ -142,7 +142,7 @@ class VolumeFileTest : public ::testing::Test {
   // The number that a query gives for a file that is not mounted.
   static int64_t Ask(const std::filesystem::path& file, const char* query) {
     sqlite3* opened = nullptr;
-    EXPECT_EQ(sqlite3_open_v2(file.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+    EXPECT_EQ(sqlite3_open_v2(file.string().c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
     const objectstore::Connection connection(opened);
     objectstore::Statement statement;
     EXPECT_EQ(statement.Prepare(opened, query), objectstore::Status::kOk);

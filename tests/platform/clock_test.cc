@@ -2,19 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <ctime>
 
 namespace {
 
+std::chrono::sys_days DayOf(const SYSTEMTIME& time) {
+  return std::chrono::year(time.wYear) / std::chrono::month(time.wMonth) / std::chrono::day(time.wDay);
+}
+
 time_t SecondsOf(const SYSTEMTIME& time) {
-  tm parts{};
-  parts.tm_year = time.wYear - 1900;
-  parts.tm_mon = time.wMonth - 1;
-  parts.tm_mday = time.wDay;
-  parts.tm_hour = time.wHour;
-  parts.tm_min = time.wMinute;
-  parts.tm_sec = time.wSecond;
-  return timegm(&parts);
+  const auto since_day = std::chrono::hours(time.wHour) + std::chrono::minutes(time.wMinute);
+  return std::chrono::system_clock::to_time_t(DayOf(time) + since_day + std::chrono::seconds(time.wSecond));
 }
 
 TEST(Clock, TheTimeLiesBetweenTwoReadingsOfTheSystemsClockInUtc) {
@@ -31,10 +30,7 @@ TEST(Clock, TheTimeLiesBetweenTwoReadingsOfTheSystemsClockInUtc) {
 TEST(Clock, TheDayOfTheWeekBelongsToTheDate) {
   SYSTEMTIME now;
   GetSystemTime(&now);
-  const time_t seconds = SecondsOf(now);
-  tm parts;
-  ASSERT_NE(gmtime_r(&seconds, &parts), nullptr);
-  EXPECT_EQ(now.wDayOfWeek, parts.tm_wday);
+  EXPECT_EQ(now.wDayOfWeek, std::chrono::weekday(DayOf(now)).c_encoding());
 }
 
 }  // namespace

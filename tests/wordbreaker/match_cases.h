@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "slow_search.h"
+#include "shown_text.h"
 #include "xkrwbrk.h"
 
 struct MatchCase {

@@ -6,7 +6,6 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -72,14 +71,4 @@ bool SlowFinds(std::u16string_view search, std::u16string_view text, const char*
     return std::any_of(present.begin(), present.end(),
                        [&](const std::u16string& candidate) { return candidate.compare(0, word.size(), word) == 0; });
   });
-}
-
-std::string Shown(std::u16string_view text) {
-  std::string shown;
-  for (const char16_t unit : text) {
-    char escaped[8];
-    std::snprintf(escaped, sizeof(escaped), "\\u%04X", static_cast<unsigned>(unit));
-    shown += unit >= 0x20 && unit < 0x7F ? std::string(1, static_cast<char>(unit)) : escaped;
-  }
-  return '"' + shown + '"';
 }

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "shown_text.h"
+
 // The folding of a whole text, by the normaliser's calls on whole texts.
 std::u16string SlowFold(std::u16string_view text);
 
@@ -13,6 +15,3 @@ std::vector<std::u16string> SlowWords(std::u16string_view text, const char* loca
 
 // True when every word of search is the beginning of one of text's words.
 bool SlowFinds(std::u16string_view search, std::u16string_view text, const char* locale);
-
-// Text for a failure's message: ASCII as it is, the rest as \u.
-std::string Shown(std::u16string_view text);

@@ -60,7 +60,7 @@ class Golden : public ::testing::Test {
   static int PackedColumns(const path& file) {
     sqlite3* connection = nullptr;
     sqlite3_stmt* statement = nullptr;
-    EXPECT_EQ(sqlite3_open_v2(file.c_str(), &connection, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+    EXPECT_EQ(sqlite3_open_v2(file.string().c_str(), &connection, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
     EXPECT_EQ(sqlite3_prepare_v2(connection, "SELECT count(*) FROM packed", -1, &statement, nullptr), SQLITE_OK);
     EXPECT_EQ(sqlite3_step(statement), SQLITE_ROW);
     const int count = sqlite3_column_int(statement, 0);
@@ -136,7 +136,7 @@ TEST_F(Golden, TheEngineOpensItsOwnAndRefusesTheOthers) {
 TEST_F(Golden, ADamagedDatabaseOfAnOlderVolumeIsNotWrittenAnew) {
   const path copy = Copy("v1/every_type.vol", false);
   sqlite3* connection = nullptr;
-  ASSERT_EQ(sqlite3_open_v2(copy.c_str(), &connection, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+  ASSERT_EQ(sqlite3_open_v2(copy.string().c_str(), &connection, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
   EXPECT_EQ(sqlite3_exec(connection, "DELETE FROM record WHERE key = (SELECT min(key) FROM record)", nullptr, nullptr,
                          nullptr),
             SQLITE_OK);
