@@ -5,7 +5,8 @@ include(CMakePackageConfigHelpers)
 set(xkrdb_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/xkrdb")
 
 install(TARGETS xkrdb xkrdb_objectstore xkrdb_wordbreaker EXPORT xkrdb_targets
-        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 install(FILES include/mdb.h include/mdb_types.h include/xkrvolume.h include/xkrwbrk.h
         DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/xkrdb")
 install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")

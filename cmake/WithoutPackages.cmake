@@ -12,5 +12,3 @@ function(xkrdb_header_of_this_machine out header)
   file(COPY "${${out}_SOURCE}/${header}" DESTINATION "${folder}/${parent}")
   set(${out} "${folder}" CACHE PATH "Holds ${header}")
 endfunction()
-
-xkrdb_header_of_this_machine(XXHASH_INCLUDE_DIR xxhash.h)

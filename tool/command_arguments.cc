@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "commands.h"
+#include "path_names.h"
 #include "tool_error.h"
 
 namespace xkrdb {
@@ -22,8 +23,7 @@ void RequireDatabaseName(const std::string& path) {
 }
 
 std::string DatabaseTitle(const std::string& path) {
-  const size_t slash = path.rfind('/');
-  const std::string file = slash == std::string::npos ? path : path.substr(slash + 1);
+  const std::string file = path.substr(StartOfName(path));
   const size_t dot = file.rfind('.');
   return dot == std::string::npos || dot == 0 ? file : file.substr(0, dot);
 }

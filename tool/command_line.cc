@@ -57,6 +57,7 @@ CommandLine::CommandLine() {
   app_.set_version_flag("--version", "xkrdb " XKRDB_VERSION, "Print the version and leave");
   app_.set_help_flag("-h,--help", "Print this help and leave");
   app_.require_subcommand(1);
+  app_.allow_windows_style_options(false);  // a path may begin with a slash on every system
   app_.footer(
       "Exit codes: 0 done, 1 nothing found, check failed or repair lost something, 2 wrong usage, 3 bad input,\n"
       "4 not a database or damaged, 5 in use, 6 input or output failed.\n"
@@ -298,8 +299,7 @@ void PrintUsageError(CLI::App& app, const CLI::ParseError& error) {
 }
 
 // "xkrdb help" and "xkrdb help list" as "xkrdb --help" and "xkrdb list --help". In reverse, as the parser takes them.
-std::vector<std::string> Arguments(int argc, char** argv) {
-  std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+std::vector<std::string> Arguments(std::vector<std::string> arguments) {
   if (!arguments.empty() && arguments[0] == "help") {
     arguments.erase(arguments.begin());
     arguments.resize(std::min<size_t>(arguments.size(), 1));
@@ -311,9 +311,9 @@ std::vector<std::string> Arguments(int argc, char** argv) {
 
 }  // namespace
 
-int RunCommandLine(int argc, char** argv) {
+int RunCommandLine(const std::vector<std::string>& typed) {
   CommandLine line;
-  const std::vector<std::string> arguments = Arguments(argc, argv);
+  const std::vector<std::string> arguments = Arguments(typed);
   const std::vector<std::string> names = CommandNames(line.app());
   // The parser would take a first word that is no command for an argument of a later one.
   const std::string first = arguments.empty() ? std::string() : arguments.back();

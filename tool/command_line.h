@@ -2,10 +2,13 @@
 #ifndef XKRDB_TOOL_COMMAND_LINE_H
 #define XKRDB_TOOL_COMMAND_LINE_H
 
+#include <string>
+#include <vector>
+
 namespace xkrdb {
 
 // Runs the command that was asked for and returns the process's exit code. Messages are printed here.
-int RunCommandLine(int argc, char** argv);
+int RunCommandLine(const std::vector<std::string>& typed);
 
 }  // namespace xkrdb
 

@@ -3,16 +3,14 @@
 #include "csv_reader.h"
 
 #include <csv.h>
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstring>
 #include <new>
 #include <optional>
 #include <string_view>
 
+#include "input_file.h"
 #include "mdb.h"
 #include "safe_text.h"
 #include "terminal.h"
@@ -29,37 +27,6 @@ constexpr size_t kMostRowBytes = 2 << 20;  // twice the largest record, each cha
 constexpr size_t kMostLines = 100'000;
 constexpr size_t kMostProblems = 10'000;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-
-// A file that is read, closed at the end unless it is standard input.
-class InputFile {
- public:
-  explicit InputFile(const std::string& path) : name_(CsvName(path)) {
-    descriptor_ = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor_ < 0) Fail();
-  }
-  ~InputFile() {
-    if (descriptor_ != STDIN_FILENO) (void)close(descriptor_);
-  }
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-
-  // What there is, at most room bytes; 0 at the end.
-  size_t Read(char* bytes, size_t room) {
-    for (;;) {
-      const ssize_t size = read(descriptor_, bytes, room);
-      if (size >= 0) return static_cast<size_t>(size);
-      if (errno != EINTR) Fail();
-    }
-  }
-
- private:
-  [[noreturn]] void Fail() const {
-    throw ToolError(ExitCode::kInputOutput, fmt::format("cannot read {}: {}", name_, std::strerror(errno)));
-  }
-
-  std::string name_;
-  int descriptor_ = -1;
-};
 
 // The parser with its callbacks, and the row that is being put together.
 class Reader {
@@ -279,7 +246,7 @@ CsvTable ReadCsvBlocks(const std::string& name, const CsvBlocks& next_block, con
 }
 
 CsvTable ReadCsv(const std::string& path, const CsvReadOptions& options) {
-  InputFile file(path);
+  InputFile file(path, CsvName(path));
   Progress progress(fmt::format("reading {}, rows", SafeText(CsvName(path))), 0);
   std::vector<char> block(1 << 16);
   const auto next_block = [&](size_t rows) {

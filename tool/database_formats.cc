@@ -6,10 +6,10 @@
 
 #include <array>
 #include <cstring>
-#include <filesystem>
 #include <string_view>
 #include <system_error>
 
+#include "path_names.h"
 #include "safe_text.h"
 #include "tool_error.h"
 #include "utf_text.h"
@@ -86,11 +86,7 @@ std::string TimeFormatText(const TimeFormat& format) {
 }
 
 ScratchDatabase::ScratchDatabase() {
-  std::string folder = (std::filesystem::temp_directory_path() / "xkrdb-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) {
-    throw ToolError(ExitCode::kInputOutput, fmt::format("cannot make a temporary folder: {}", std::strerror(errno)));
-  }
-  folder_ = folder;
+  folder_ = MakeTemporaryFolder();
   const std::string what = fmt::format("making a scratch database in {}", folder_);
   try {
     path_ = WidePath(folder_ + "/formats.xdb");
@@ -107,11 +103,10 @@ ScratchDatabase::ScratchDatabase() {
 ScratchDatabase::~ScratchDatabase() { Remove(); }
 
 void ScratchDatabase::Remove() {
-  // Nothing of value is in it; what cannot be removed is left to the system's own clearing of temporary files.
+  // Nothing of value is in it.
   (void)MDbAgentCloseDb(env());
   (void)MDbDelete(env(), path_.c_str());
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
+  RemoveTemporaryFolder(folder_);
 }
 
 void ScratchDatabase::UseFormats(const DateFormat& date, const TimeFormat& time) {

@@ -1,9 +1,9 @@
-// Escaping and measuring of shown text. Widths are the C library's (East Asian characters two, combining marks none).
+// Escaping and measuring of shown text.
 #include "safe_text.h"
 
 #include <fmt/format.h>
-#include <wchar.h>
 
+#include "character_width.h"
 #include "utf_text.h"
 
 namespace xkrdb {
@@ -37,11 +37,6 @@ void AppendSafe(std::string& text, char32_t value) {
   } else {
     AppendUtf8(text, value);
   }
-}
-
-size_t CharacterWidth(char32_t value) {
-  const int width = wcwidth(static_cast<wchar_t>(value));
-  return width < 0 ? 1 : static_cast<size_t>(width);
 }
 
 template <typename View>

@@ -3,16 +3,14 @@
 #include "terminal.h"
 
 #include <fmt/format.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "console.h"
 #include "safe_text.h"
 #include "tool_error.h"
 
@@ -24,13 +22,6 @@ constexpr auto kBetweenDrawings = std::chrono::milliseconds(100);
 constexpr size_t kBarColumns = 30;
 constexpr std::string_view kClearLine = "\r\x1b[K";
 
-bool IsTerminal(int descriptor) {
-  const int kept = errno;
-  const bool terminal = isatty(descriptor) == 1;
-  errno = kept;
-  return terminal;
-}
-
 void WriteMessage(std::string_view text) {
   // A message that cannot be written has nowhere else to go.
   (void)fwrite(text.data(), 1, text.size(), stderr);
@@ -39,13 +30,12 @@ void WriteMessage(std::string_view text) {
 
 }  // namespace
 
-bool OutputIsTerminal() { return IsTerminal(STDOUT_FILENO); }
-bool MessagesAreTerminal() { return IsTerminal(STDERR_FILENO); }
+bool OutputIsTerminal() { return IsTerminal(Stream::kOutput); }
+bool MessagesAreTerminal() { return IsTerminal(Stream::kMessages); }
 
 size_t OutputWidth() {
   if (!OutputIsTerminal()) return 0;
-  winsize size{};
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+  if (const size_t known = TerminalColumns(); known > 0) return known;
   const char* columns = std::getenv("COLUMNS");
   size_t width = 0;
   if (columns != nullptr) std::from_chars(columns, columns + std::strlen(columns), width);
@@ -60,16 +50,9 @@ bool OutputIsStyled() {
 }
 
 void WriteOutput(std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
-    if (written >= 0) {
-      text.remove_prefix(static_cast<size_t>(written));
-    } else if (errno == EPIPE) {
-      return;
-    } else if (errno != EINTR) {
-      throw ToolError(ExitCode::kInputOutput, fmt::format("cannot write the output: {}", std::strerror(errno)));
-    }
-  }
+  const int error = WriteToOutput(text);
+  if (error != 0)
+    throw ToolError(ExitCode::kInputOutput, fmt::format("cannot write the output: {}", std::strerror(error)));
 }
 
 void PrintMessage(std::string_view text) { WriteMessage(SafeText(text) + "\n"); }
