@@ -32,10 +32,11 @@ VolumeFile::~VolumeFile() {
     return;
   }
   for (auto& statement : statements_) statement.reset();
+  connection_.reset();
   // Before the lock goes: afterwards the name may belong to another process's mount, as it may now if the file was moved.
+  // Behind the connection, since not every system lets go of the name of an open file.
   if (connected_ && !settled_ && !side_file_existed_ && held_.is_locked() && CheckStillThere() == Status::kOk)
     RemoveEmptySideFile();
-  connection_.reset();
 }
 
 // SQLite takes the order of a table's pages for granted, and so does the reading without it: one in another's place gives

@@ -51,10 +51,10 @@ class Golden : public ::testing::Test {
   // A copy that a test may open, alone or with its log.
   path Copy(const char* file, bool with_log) const {
     const path copy = folder_.path() / path(file).filename();
-    constexpr auto kReplace = std::filesystem::copy_options::overwrite_existing;
     std::filesystem::remove(copy.string() + "-wal");
-    std::filesystem::copy_file(Of(file), copy, kReplace);
-    if (with_log) std::filesystem::copy_file(Of(file).string() + "-wal", copy.string() + "-wal", kReplace);
+    std::filesystem::remove(copy);
+    std::filesystem::copy_file(Of(file), copy);
+    if (with_log) std::filesystem::copy_file(Of(file).string() + "-wal", copy.string() + "-wal");
     return copy;
   }
   static int PackedColumns(const path& file) {
