@@ -131,7 +131,8 @@ class VolumeFileTest : public ::testing::Test {
   // Runs statements on a file that is not mounted, and leaves it as one file.
   static void ChangeBehindTheStore(const std::filesystem::path& file, const std::string& statements) {
     sqlite3* opened = nullptr;
-    ASSERT_EQ(sqlite3_open_v2(file.string().c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_open_v2(file.string().c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr),
+              SQLITE_OK);
     const objectstore::Connection connection(opened);
     char* message = nullptr;
     EXPECT_EQ(sqlite3_exec(opened, statements.c_str(), nullptr, nullptr, &message), SQLITE_OK)
