@@ -19,6 +19,12 @@ add_test(NAME wine_stops COMMAND "${wine_scripts}/wine_server" stop)
 set_tests_properties(wine_starts PROPERTIES FIXTURES_SETUP wine TIMEOUT 120 ENVIRONMENT "${XKRDB_WINE_ENVIRONMENT}")
 set_tests_properties(wine_stops PROPERTIES FIXTURES_CLEANUP wine TIMEOUT 60 ENVIRONMENT "${XKRDB_WINE_ENVIRONMENT}")
 
+# The tests of dates and times that need nothing but a clock that stands still.
+file(GLOB XKRDB_DATETIME_TESTS CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/datetime/*_test.cc")
+list(FILTER XKRDB_DATETIME_TESTS EXCLUDE REGEX "/reference_[a-z]*_test\\.cc$")
+list(APPEND XKRDB_DATETIME_TESTS "${PROJECT_SOURCE_DIR}/tests/datetime/datetime_samples.cc"
+     "${PROJECT_SOURCE_DIR}/tests/datetime/fixed_clock.cc")
+
 function(xkrdb_wine_test name)
   cmake_parse_arguments(test "" "" "SOURCES;SEES;FOLDERS;LIBRARIES;WRAP;LEAVES_OUT" ${ARGN})
   add_executable(${name} ${test_SOURCES})
