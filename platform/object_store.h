@@ -26,7 +26,7 @@ typedef union CEVALUNION {
   WCHAR* lpwstr;
   CEBLOB blob;
   BOOL boolVal;
-  double dblVal;
+  double dblVal __attribute__((aligned(8))); /* on every processor, whatever its compiler's own habit */
 } CEVALUNION;
 
 typedef struct CEPROPVAL {
