@@ -17,6 +17,7 @@ _HEAP, _HEAP_SIZE = 0x30000000, 0x04000000
 _STACK, _STACK_SIZE = 0x40000000, 0x00040000
 _GATES, _GATES_SIZE = 0x50000000, 0x00010000
 _RETURN = 0x60000000
+_LOOSE_CODE = 0x70000000
 _MOV_PC_LR = 0xE1A0F00E
 
 _ARGUMENTS = (arm.UC_ARM_REG_R0, arm.UC_ARM_REG_R1, arm.UC_ARM_REG_R2, arm.UC_ARM_REG_R3)
@@ -37,10 +38,10 @@ class ArmLibrary:
         self._prototypes = prototypes
         self._platform = platform
         self._fault = None
+        self._next_loose_code = _LOOSE_CODE
         self._next_block = _HEAP
         self._blocks = {}
         self._live = bytearray(_HEAP_SIZE)
-        self.instructions = 0
         self.called = set()
         # What stands in the upper bits of a narrow argument, which its type does not reach.
         self.beyond_narrow_arguments = 0
@@ -57,6 +58,7 @@ class ArmLibrary:
         machine.mem_map(_STACK, _STACK_SIZE, unicorn.UC_PROT_READ | unicorn.UC_PROT_WRITE)
         machine.mem_map(_GATES, _GATES_SIZE, unicorn.UC_PROT_READ | unicorn.UC_PROT_EXEC)
         machine.mem_map(_RETURN, 0x1000, unicorn.UC_PROT_READ | unicorn.UC_PROT_EXEC)
+        machine.mem_map(_LOOSE_CODE, 0x1000, unicorn.UC_PROT_READ | unicorn.UC_PROT_EXEC)
         self._machine = machine
         self._gates = {}
         addresses = {}
@@ -176,6 +178,14 @@ class ArmLibrary:
         """A call of no prototype: 32-bit values, and the two registers of a result of 64 bits."""
         low = self._run(self.exports[name], values)
         return low | self._machine.reg_read(arm.UC_ARM_REG_R1) << 32
+
+    def run_instructions(self, instructions, *values):
+        """Code that is in no library, for the test of what this machine finds out."""
+        # Each time elsewhere: the emulator remembers what it has translated.
+        place = self._next_loose_code
+        self._next_loose_code += 4 * len(instructions)
+        self.write(place, struct.pack(f"<{len(instructions)}I", *instructions))
+        return self._run(place, values)
 
     def call(self, name, *values):
         prototype = self._prototypes[name]
