@@ -50,7 +50,9 @@ CEOID CeReadRecordPropsEx(HANDLE database, DWORD flags, WORD* count, const CEPRO
   const objectstore::ReadRequest request = {(flags & CEDB_ALLOWREALLOC) != 0, count, ids, buffer, size};
   OpenDatabase* const open = objectstore::DatabaseAtHand(database);
   CEOID oid = 0;
-  if (open != nullptr && heap == 0 && ReadOneAtOnce(*open, request, oid)) return oid;
+  if (open != nullptr && heap == 0 && (ReadOneAtOnce(*open, request, oid) || ReadListAtOnce(*open, request, oid))) {
+    return oid;
+  }
   return Read(database, request, heap);
 }
 

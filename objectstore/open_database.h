@@ -35,7 +35,7 @@ class OpenDatabase {
   // has not moved.
   Status Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index);
 
-  // The usual seeks, by position, on to the next of equal numbers, and by identifier, as long as they only have to look:
+  // The usual seeks, by position, to the first of equal numbers and on to the next, and by identifier, as long as they only have to look:
   // the identifier that Seek finds. 0 when it takes more than that, or when there is no such record; nothing has changed then.
   CEOID SeekAtOnce(DWORD type, DWORD_PTR value, DWORD* index) {
     size_t position = static_cast<uint32_t>(value);
@@ -47,6 +47,8 @@ class OpenDatabase {
     } else if (type == CEDB_SEEK_VALUENEXTEQUAL) {
       position = position_ + 1;
       record = NextEqualAtOnce(reinterpret_cast<const CEPROPVAL*>(value));
+    } else if (type == CEDB_SEEK_VALUEFIRSTEQUAL) {
+      record = FirstEqualAtOnce(reinterpret_cast<const CEPROPVAL*>(value), position);
     } else if (type == CEDB_SEEK_CEOID && database_.loaded() && IsSettled()) {
       record = database_.Find(static_cast<CEOID>(value));
       if (record != nullptr) position = PositionOf(*record);
@@ -89,10 +91,20 @@ class OpenDatabase {
   // The order, if there is one, holds all records in their places.
   bool IsSettled() const { return order_ == nullptr || order_->settled(); }
   bool KnowsPosition() const { return state_ == State::kAtRecord && generation_ == database_.generation(); }
+  // It is a number that the order is by, and the order holds all records in their places.
+  bool IsUsualKey(const CEPROPVAL* value) const {
+    return value != nullptr && order_ != nullptr && value->propid == order_->spec().propid && !IsText(value->propid) &&
+           order_->settled();
+  }
   const Record* NextEqualAtOnce(const CEPROPVAL* value) const {
-    const bool is_usual = value != nullptr && order_ != nullptr && value->propid == order_->spec().propid &&
-                          !IsText(value->propid) && order_->settled() && KnowsPosition();
-    return is_usual ? order_->EqualAt(position_ + 1, order_->KeyOfNumber(NumberOf(*value))) : nullptr;
+    return IsUsualKey(value) && KnowsPosition() ? order_->EqualAt(position_ + 1, order_->KeyOfNumber(NumberOf(*value)))
+                                                : nullptr;
+  }
+  const Record* FirstEqualAtOnce(const CEPROPVAL* value, size_t& position) const {
+    if (!IsUsualKey(value)) return nullptr;
+    const SortKey key = order_->KeyOfNumber(NumberOf(*value));
+    position = order_->FirstNotBefore(key);
+    return order_->EqualAt(position, key);
   }
 
   size_t count() const { return database_.description().record_count; }

@@ -88,6 +88,19 @@ Status ReadAsked(const Record& record, const ReadRequest& request, size_t& hint)
 
 }  // namespace
 
+bool ReadListAtOnce(OpenDatabase& handle, const ReadRequest& request, CEOID& oid) noexcept {
+  if (request.may_allocate || request.count == nullptr || request.size == nullptr) return false;
+  const Record* const record = handle.CurrentAtOnce();
+  if (record == nullptr) return false;
+  const Status status = ReadAsked(*record, request, handle.property_hint);
+  if (status == Status::kOk) {
+    oid = record->oid();
+  } else {
+    SetLastError(static_cast<DWORD>(status));
+  }
+  return true;
+}
+
 Status ReadRecord(OpenDatabase& handle, const ReadRequest& request, CEOID& oid) {
   if (request.count == nullptr || request.size == nullptr) return Status::kInvalidParameter;
   if (request.may_allocate && request.buffer == nullptr) return Status::kInvalidParameter;

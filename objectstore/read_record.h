@@ -39,4 +39,7 @@ inline bool ReadOneAtOnce(OpenDatabase& handle, const ReadRequest& request, CEOI
   return true;
 }
 
+// Any other read that only has to look: nothing is allocated, and the pointer stays. False when it takes more.
+bool ReadListAtOnce(OpenDatabase& handle, const ReadRequest& request, CEOID& oid) noexcept;
+
 }  // namespace objectstore

@@ -80,9 +80,9 @@ void ReleaseRecord(MDbDataRec* rec) {
   MDbDataRecInitialize(rec);
 }
 
-// A field that is not among what was loaded.
-static MDbStatus ReadStoredField(const MDbDataTbl& table, const MDbDataRec& rec, int16_t field, MDbChar* text,
-                                 uint32_t size) {
+// A field that is not among what was loaded. Apart, so that reading one that is needs no room for it.
+[[gnu::noinline]] static MDbStatus ReadStoredField(const MDbDataTbl& table, const MDbDataRec& rec, int16_t field,
+                                                   MDbChar* text, uint32_t size) {
   PropertyBlock block;
   MDB_TRY(ReadOne(table, rec, RecPropField(field), &block));
   if (block) CopyText(block[0], text, size);
