@@ -19,25 +19,17 @@ size_t LengthUnitByUnit(const WCHAR* text) {
 
 namespace {
 
-using Block = __m128i;
-
-// Four blocks, which begin at a multiple of their length and so lie in one page.
-constexpr size_t kPieceBlocks = 4;
-constexpr size_t kPieceBytes = kPieceBlocks * sizeof(Block);
+using Block = __m128i;  // eight units
 
 READS_WHOLE_BLOCKS Block ZerosOf(const Block* block) { return _mm_cmpeq_epi16(*block, _mm_setzero_si128()); }
-uint32_t Bits(Block bytes) { return static_cast<uint32_t>(_mm_movemask_epi8(bytes)); }
+unsigned ZeroBytes(Block zeros) { return static_cast<unsigned>(_mm_movemask_epi8(zeros)); }
 
-// A bit for each unit of a piece.
-uint32_t ZerosOfPiece(const Block* piece) {
-  return Bits(_mm_packs_epi16(ZerosOf(piece), ZerosOf(piece + 1))) |
-         Bits(_mm_packs_epi16(ZerosOf(piece + 2), ZerosOf(piece + 3))) << 16;
-}
+constexpr size_t kPieceBlocks = 4;
 
 // The first of the pieces from here on that holds a zero.
-const Block* PieceWithZero(const Block* piece) {
-  while (Bits(_mm_or_si128(_mm_or_si128(ZerosOf(piece), ZerosOf(piece + 1)),
-                           _mm_or_si128(ZerosOf(piece + 2), ZerosOf(piece + 3)))) == 0) {
+READS_WHOLE_BLOCKS const Block* PieceWithZero(const Block* piece) {
+  while (ZeroBytes(_mm_or_si128(_mm_or_si128(ZerosOf(piece), ZerosOf(piece + 1)),
+                                _mm_or_si128(ZerosOf(piece + 2), ZerosOf(piece + 3)))) == 0) {
     piece += kPieceBlocks;
   }
   return piece;
@@ -63,24 +55,27 @@ const Block* NextPieceWithZero(const Block* piece) { return PieceWithZero(piece)
 
 #endif
 
-size_t LengthFrom(uintptr_t address, const Block* piece) {
-  piece = NextPieceWithZero(piece);
-  const auto units = static_cast<size_t>(std::countr_zero(ZerosOfPiece(piece)));
-  return (reinterpret_cast<uintptr_t>(piece) - address) / sizeof(WCHAR) + units;
-}
-
 }  // namespace
 
-// The piece that the text begins in is looked at whole; what stands in it before the text is left out. What is read may reach
-// beyond the text, but not into another page. A text at an odd address is never aligned.
-size_t wcslen(const WCHAR* text) {
+// In aligned blocks, four at a time where they lie in one aligned piece: so many never leave the page of the unit that
+// ends the text, but may reach beyond the text, which the sanitizers would not have anybody read. A text at an odd address
+// is never aligned.
+READS_WHOLE_BLOCKS size_t wcslen(const WCHAR* text) {
   const auto address = reinterpret_cast<uintptr_t>(text);
   if (address % sizeof(WCHAR) != 0) return LengthUnitByUnit(text);
-  const size_t before = address % kPieceBytes;
-  const auto* const piece = reinterpret_cast<const Block*>(address - before);
-  const uint32_t zeros = ZerosOfPiece(piece) >> before / sizeof(WCHAR);
-  if (zeros != 0) return static_cast<size_t>(std::countr_zero(zeros));
-  return LengthFrom(address, piece + kPieceBlocks);
+  // The block that the text begins in is looked at whole; what stands in it before the text is left out.
+  const size_t before = address % sizeof(Block);
+  const auto* block = reinterpret_cast<const Block*>(address - before);
+  unsigned zeros = ZeroBytes(ZerosOf(block)) >> before << before;
+  while (zeros == 0) {
+    ++block;
+    if (reinterpret_cast<uintptr_t>(block) % (kPieceBlocks * sizeof(Block)) == 0) {
+      block = NextPieceWithZero(block);
+    }
+    zeros = ZeroBytes(ZerosOf(block));
+  }
+  const uintptr_t end = reinterpret_cast<uintptr_t>(block) + static_cast<size_t>(std::countr_zero(zeros));
+  return (end - address) / sizeof(WCHAR);
 }
 
 #else
