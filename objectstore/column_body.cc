@@ -26,11 +26,14 @@ bool HoldsNumbersOnly(const Record& record) {
   return record.property_count() != 0;
 }
 
-// The most bytes that a block of records could take.
-size_t MostBytes(size_t records, size_t properties) {
+// The most bytes that a block of records could take, with their share of the groups' heads. A table of equal numbers takes
+// next to none, so readers hold to it as well: a few bytes must not become a million records.
+bool MayBeBlock(size_t records, size_t properties) {
   constexpr size_t kMostHeadBytes = 64;
-  constexpr size_t kMostBytesOfNumber = 2 * sizeof(uint32_t);  // with its share of a group's head
-  return kMostHeadBytes + properties * sizeof(CEPROPID) + records * (1 + properties) * kMostBytesOfNumber;
+  constexpr size_t kMostBytesOfNumber = 2 * sizeof(uint32_t);
+  const size_t most_bytes =
+      kMostHeadBytes + properties * sizeof(CEPROPID) + records * (1 + properties) * kMostBytesOfNumber;
+  return records != 0 && most_bytes <= kLargestBlockBytes;
 }
 
 uint64_t GetFlush(BodyReader& reader) { return reader.GetCount(std::numeric_limits<uint64_t>::max()); }
@@ -90,7 +93,7 @@ void DecodeBlockTable(BodyReader& reader, RecordBlock& block) {
       block.oids.push_back(oid);
       for (size_t j = 0; j < width; ++j) block.numbers.push_back(table.At(i, 1 + j));
     }
-    if (block.oids.size() > CEDB_MAXNUMRECORDS) return reader.Reject();
+    if (!MayBeBlock(block.oids.size(), width)) return reader.Reject();
   }
   if (block.oids.empty()) reader.Reject();
 }
@@ -161,7 +164,7 @@ std::span<const uint8_t> EncodeBlock(std::span<const RecordRef> records, uint64_
   if (records.empty() || !HoldsNumbersOnly(*records.front())) return {};
   const Record& first = *records.front();
   const size_t width = first.property_count();
-  if (MostBytes(records.size(), width) > kLargestBlockBytes) return {};
+  if (!MayBeBlock(records.size(), width)) return {};
   writer.Start(BodyKind::kBlock, Layout::kRuns);
   writer.PutCount(flush);
   writer.PutCount(width);
