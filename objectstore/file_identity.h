@@ -26,11 +26,13 @@ enum class FileKind { kMissing, kRegular, kOther };
 // Path not found when the directory is missing.
 Status ResolvePath(const std::string& path, FilePath& resolved);
 
-// Identify receives the size of what is there, unless bytes is null.
-Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity, uint64_t* bytes = nullptr);
+struct FileFacts {
+  FileKind kind = FileKind::kMissing;
+  FileIdentity identity;
+  uint64_t bytes = 0;
+};
 
-// What stands under a name: missing unless it was seen. When that cannot be told for any other reason than that nothing is
-// there, the reason.
-Status LookAt(const std::string& path, FileKind& kind, uint64_t* bytes = nullptr);
+// What stands under a name. That nothing does is no failure; that it cannot be told is.
+Status LookAt(const std::string& path, FileFacts& facts);
 
 }  // namespace objectstore

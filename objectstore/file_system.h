@@ -35,7 +35,7 @@ class SystemFile {
   // A new file, for writing, that is its user's alone. Already exists when something is there.
   Status Create(const std::string& path);
 
-  Status LookAt(FileKind& kind, uint64_t& bytes) const;
+  Status LookAt(FileFacts& facts) const;
 
   // Fills bytes from a place in the file; count says how many it has there.
   Status Read(uint64_t start, std::span<uint8_t> bytes, size_t& count) const;

@@ -104,13 +104,12 @@ Status FirstFlush::WriteLog() {
 Status FirstFlush::CheckLog() const {
   SystemFile log;
   STORE_TRY(log.Open(log_name_, FileAccess::kRead));
-  FileKind kind = FileKind::kMissing;
-  uint64_t bytes = 0;
-  STORE_TRY(log.LookAt(kind, bytes));
+  FileFacts facts;
+  STORE_TRY(log.LookAt(facts));
   std::array<uint8_t, kLogHeaderBytes> header{};
   size_t count = 0;
   STORE_TRY(log.Read(0, header, count));
-  if (bytes != log_bytes_) return Status::kFileNotFound;
+  if (facts.bytes != log_bytes_) return Status::kFileNotFound;
   if (count != header.size()) return Status::kDeviceFailed;
   return header == log_header_ ? Status::kOk : Status::kFileNotFound;
 }

@@ -29,8 +29,8 @@ constexpr const char* kSideFiles[] = {"-wal", "-shm", "-journal"};
 
 bool HasSideFiles(const FilePath& path) {
   return std::any_of(std::begin(kSideFiles), std::end(kSideFiles), [&](const char* suffix) {
-    FileKind kind = FileKind::kMissing;
-    return LookAt(path.full + suffix, kind) != Status::kOk || kind != FileKind::kMissing;
+    FileFacts facts;
+    return LookAt(path.full + suffix, facts) != Status::kOk || facts.kind != FileKind::kMissing;
   });
 }
 
@@ -46,10 +46,9 @@ Status RemoveSideFiles(const FilePath& path) {
 Status PublishNew(const std::string& made, const FilePath& path, NewFile& new_file) {
   CreatorsTurn turn;
   STORE_TRY(turn.Begin(path.directory));
-  FileKind kind = FileKind::kMissing;
-  FileIdentity identity;
-  STORE_TRY(Identify(path, kind, identity));
-  if (kind != FileKind::kMissing) return Status::kAlreadyExists;
+  FileFacts facts;
+  STORE_TRY(LookAt(path.full, facts));
+  if (facts.kind != FileKind::kMissing) return Status::kAlreadyExists;
   if (!turn.is_ours() && HasSideFiles(path)) return Status::kSharingViolation;
   STORE_TRY(RemoveSideFiles(path));
   STORE_TRY(Rename(made, path.full));
@@ -61,13 +60,12 @@ Status PublishNew(const std::string& made, const FilePath& path, NewFile& new_fi
 // failed, or the process ended in between, the old volume would be there without it. A file that cannot be read as a
 // volume has nothing to keep.
 Status TakeUpLog(const FilePath& path) {
-  FileKind kind = FileKind::kMissing;
-  FileIdentity identity;
-  STORE_TRY(Identify({path.directory, path.full + "-wal"}, kind, identity));
-  if (kind == FileKind::kMissing) return Status::kOk;
-  STORE_TRY(Identify(path, kind, identity));
+  FileFacts facts;
+  STORE_TRY(LookAt(path.full + "-wal", facts));
+  if (facts.kind == FileKind::kMissing) return Status::kOk;
+  STORE_TRY(LookAt(path.full, facts));
   std::unique_ptr<VolumeFile> replaced;
-  Status status = VolumeFile::Open(path, identity, replaced);
+  Status status = VolumeFile::Open(path, facts.identity, replaced);
   if (status == Status::kOk) status = replaced->Settle();
   return status == Status::kCorrupt ? Status::kOk : status;
 }

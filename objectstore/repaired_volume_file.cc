@@ -40,13 +40,12 @@ Status RepairPlan::Write(const FilePath& path) const {
 }
 
 Status RepairPlan::Fill(const FilePath& path) const {
-  FileKind kind = FileKind::kMissing;
-  FileIdentity identity;
-  STORE_TRY(Identify(path, kind, identity));
+  FileFacts facts;
+  STORE_TRY(LookAt(path.full, facts));
   std::unique_ptr<Volume> volume;
   // Its identifiers are those of another volume: their order is not that in which a new one's are written.
   constexpr bool kIsNew = false;
-  STORE_TRY(Volume::Mount(path, identity, kIsNew, 1, volume));
+  STORE_TRY(Volume::Mount(path, facts.identity, kIsNew, 1, volume));
   for (const auto& [oid, database] : databases_) {
     STORE_TRY(volume->RestoreDatabase(oid, database.description, database.records));
   }

@@ -21,13 +21,12 @@ Status Store::Mount(const WCHAR* path, DWORD disposition, CEGUID& guid, bool& ex
   STORE_TRY(PathFromText(path, text));
   FilePath resolved;
   STORE_TRY(ResolvePath(text, resolved));
-  FileKind kind = FileKind::kMissing;
-  FileIdentity identity;
-  STORE_TRY(Identify(resolved, kind, identity));
-  const bool exists = kind != FileKind::kMissing;
-  if (kind == FileKind::kOther) return disposition == CREATE_NEW ? Status::kAlreadyExists : Status::kCorrupt;
+  FileFacts facts;
+  STORE_TRY(LookAt(resolved.full, facts));
+  const bool exists = facts.kind != FileKind::kMissing;
+  if (facts.kind == FileKind::kOther) return disposition == CREATE_NEW ? Status::kAlreadyExists : Status::kCorrupt;
   if (exists && disposition == CREATE_NEW) return Status::kAlreadyExists;
-  Volume* mounted = exists ? FindMounted(identity) : nullptr;
+  Volume* mounted = exists ? FindMounted(facts.identity) : nullptr;
   STORE_TRY(mounted != nullptr ? MountAgain(*mounted, disposition, guid)
                                : MountFile(resolved, disposition, exists, guid));
   existed = exists && (disposition == OPEN_ALWAYS || disposition == CREATE_ALWAYS);
@@ -50,13 +49,12 @@ Status Store::MountFile(const FilePath& path, DWORD disposition, bool exists, CE
   ReserveOneMore(volumes_);
   NewFile new_file(path);
   if (create) STORE_TRY(CreateVolumeFile(path, replace ? Existing::kReplace : Existing::kRefuse, new_file));
-  FileKind kind = FileKind::kMissing;
-  FileIdentity identity;
-  STORE_TRY(Identify(path, kind, identity));
-  if (kind == FileKind::kMissing) return Status::kFileNotFound;
+  FileFacts facts;
+  STORE_TRY(LookAt(path.full, facts));
+  if (facts.kind == FileKind::kMissing) return Status::kFileNotFound;
   if (mounts_ + 1 == kInvalidGuid.Data4) return Status::kNotEnoughMemory;
   std::unique_ptr<Volume> volume;
-  const Status status = Volume::Mount(path, identity, create, mounts_ + 1, volume);
+  const Status status = Volume::Mount(path, facts.identity, create, mounts_ + 1, volume);
   if (status == Status::kOk || status == Status::kSharingViolation) new_file.Keep();
   STORE_TRY(status);
   ++mounts_;

@@ -69,11 +69,11 @@ void AddNeighbour(std::vector<Flaw>& flaws, std::string text) {
 }  // namespace
 
 Status CheckWholeFile(const FilePath& path, const VolumePages& pages, std::vector<Flaw>& flaws) {
-  FileKind kind = FileKind::kMissing;
-  static_cast<void>(LookAt(path.full + kJournalSuffix, kind));
-  if (kind != FileKind::kMissing) AddNeighbour(flaws, "a -journal stands beside the file, which no volume has");
-  static_cast<void>(LookAt(path.full + kLogSuffix, kind));
-  if (kind == FileKind::kOther) {
+  FileFacts facts;
+  static_cast<void>(LookAt(path.full + kJournalSuffix, facts));
+  if (facts.kind != FileKind::kMissing) AddNeighbour(flaws, "a -journal stands beside the file, which no volume has");
+  static_cast<void>(LookAt(path.full + kLogSuffix, facts));
+  if (facts.kind == FileKind::kOther) {
     AddNeighbour(flaws, "what stands in the place of the log is no file");
   }
   return flaws.empty() ? CheckStructure(pages, flaws) : Status::kOk;

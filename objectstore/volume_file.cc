@@ -130,14 +130,13 @@ void VolumeFile::GrowSideFile() const {
   constexpr size_t kStepBytes = 1 << 16;
   static constexpr std::array<uint8_t, kStepBytes> kZeros{};
   SystemFile file;
-  FileKind kind = FileKind::kMissing;
-  uint64_t bytes = 0;
+  FileFacts facts;
   if (file.Open(side_file_, FileAccess::kWrite) != Status::kOk) return;
-  if (file.LookAt(kind, bytes) != Status::kOk || bytes == 0 || !file.HasAmpleRoom(kUsualBytes)) return;
-  for (uint64_t offset = bytes; offset < kUsualBytes;) {
+  if (file.LookAt(facts) != Status::kOk || facts.bytes == 0 || !file.HasAmpleRoom(kUsualBytes)) return;
+  for (uint64_t offset = facts.bytes; offset < kUsualBytes;) {
     const size_t step = std::min(kStepBytes, static_cast<size_t>(kUsualBytes - offset));
     if (file.Write(std::span(kZeros).first(step), offset) != Status::kOk) {
-      static_cast<void>(file.Truncate(bytes));
+      static_cast<void>(file.Truncate(facts.bytes));
       return;
     }
     offset += step;
@@ -174,26 +173,24 @@ Status VolumeFile::TakeUpLog() {
 // The path still leads to the file that was opened, and nobody has cut it. What is written to a file without a name would
 // be lost, and SQLite would write into a file that lacks pages.
 Status VolumeFile::CheckStillThere() const {
-  FileKind kind = FileKind::kMissing;
-  FileIdentity found;
-  uint64_t bytes = 0;
-  STORE_TRY(Identify(path_, kind, found, &bytes));
-  if (kind != FileKind::kRegular || found != identity_) return Status::kFileNotFound;
-  return bytes >= known_bytes_ ? Status::kOk : Status::kCorrupt;
+  FileFacts facts;
+  STORE_TRY(LookAt(path_.full, facts));
+  if (facts.kind != FileKind::kRegular || facts.identity != identity_) return Status::kFileNotFound;
+  return facts.bytes >= known_bytes_ ? Status::kOk : Status::kCorrupt;
 }
 
 Status VolumeFile::RememberSize() {
-  FileKind kind = FileKind::kMissing;
-  FileIdentity found;
-  return Identify(path_, kind, found, &known_bytes_);
+  FileFacts facts;
+  STORE_TRY(LookAt(path_.full, facts));
+  if (facts.kind != FileKind::kMissing) known_bytes_ = facts.bytes;
+  return Status::kOk;
 }
 
 bool VolumeFile::IsOfThisProcess() const { return ProcessNumber() == owner_; }
 
 void VolumeFile::RemoveEmptySideFile() const {
-  FileKind kind = FileKind::kMissing;
-  uint64_t bytes = 0;
-  if (LookAt(side_file_, kind, &bytes) == Status::kOk && kind == FileKind::kRegular && bytes == 0)
+  FileFacts facts;
+  if (LookAt(side_file_, facts) == Status::kOk && facts.kind == FileKind::kRegular && facts.bytes == 0)
     static_cast<void>(Remove(side_file_));
 }
 

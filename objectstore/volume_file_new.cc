@@ -21,11 +21,11 @@ Status VolumeFile::MarkNew() {
 // With something under the log's name, or behind the empty volume's pages, there is none of this kind: the rest ends as
 // another's does.
 Status VolumeFile::BeginFirstFlush() {
-  FileKind log = FileKind::kMissing;
+  FileFacts log;
   STORE_TRY(LookAt(side_file_, log));
   sqlite3_int64 bytes = 0;
   STORE_TRY(StatusOfSqlite(held_.file()->pMethods->xFileSize(held_.file(), &bytes)));
-  is_empty_ = log == FileKind::kMissing && static_cast<uint64_t>(bytes) == known_bytes_;
+  is_empty_ = log.kind == FileKind::kMissing && static_cast<uint64_t>(bytes) == known_bytes_;
   if (is_empty_) first_flush_ = std::make_unique<FirstFlush>(held_, path_.full, side_file_);
   return Status::kOk;
 }

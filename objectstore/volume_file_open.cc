@@ -104,31 +104,30 @@ Status VolumeFile::CheckHeader() const {
 // The power may have gone while the first page was on its way from the log into the file. It is whole in the log then.
 Status VolumeFile::CheckHeaderInLog() const {
   SystemFile log;
-  FileKind kind = FileKind::kMissing;
-  uint64_t bytes = 0;
-  const bool holds = log.Open(side_file_, FileAccess::kRead) == Status::kOk && log.LookAt(kind, bytes) == Status::kOk &&
-                     kind == FileKind::kRegular && LogHoldsVolumeHeader(log);
+  FileFacts facts;
+  const bool holds = log.Open(side_file_, FileAccess::kRead) == Status::kOk && log.LookAt(facts) == Status::kOk &&
+                     facts.kind == FileKind::kRegular && LogHoldsVolumeHeader(log);
   return holds ? Status::kOk : Status::kCorrupt;
 }
 
 // Another process may have put another file in this one's place before the lock was ours.
 Status VolumeFile::TakeLock() {
   STORE_TRY(held_.Lock());
-  FileKind kind = FileKind::kMissing;
-  FileIdentity found;
-  STORE_TRY(Identify(path_, kind, found, &known_bytes_));
-  return kind == FileKind::kRegular && found == identity_ ? Status::kOk : Status::kFileNotFound;
+  FileFacts facts;
+  STORE_TRY(LookAt(path_.full, facts));
+  known_bytes_ = facts.bytes;
+  return facts.kind == FileKind::kRegular && facts.identity == identity_ ? Status::kOk : Status::kFileNotFound;
 }
 
 // A volume never has a rollback journal; SQLite would play one back into the file. And its side file is a file; SQLite
 // would take a pipe or a device for one.
 Status VolumeFile::CheckNeighbours() {
-  FileKind kind = FileKind::kMissing;
-  STORE_TRY(LookAt(path_.full + kJournalSuffix, kind));
-  if (kind != FileKind::kMissing) return Status::kCorrupt;
-  STORE_TRY(LookAt(side_file_, kind));
-  side_file_existed_ = kind != FileKind::kMissing;
-  return kind != FileKind::kOther ? Status::kOk : Status::kCorrupt;
+  FileFacts facts;
+  STORE_TRY(LookAt(path_.full + kJournalSuffix, facts));
+  if (facts.kind != FileKind::kMissing) return Status::kCorrupt;
+  STORE_TRY(LookAt(side_file_, facts));
+  side_file_existed_ = facts.kind != FileKind::kMissing;
+  return facts.kind != FileKind::kOther ? Status::kOk : Status::kCorrupt;
 }
 
 // With a log, or with a first page that is not the usual one, what counts is for SQLite to say. It makes the log when it
@@ -180,10 +179,9 @@ Status VolumeFile::Connect() {
 
 // What SQLite left of an attempt that failed is an empty log.
 Status VolumeFile::CheckHasNoLog() const {
-  FileKind kind = FileKind::kMissing;
-  uint64_t bytes = 0;
-  STORE_TRY(LookAt(side_file_, kind, &bytes));
-  return kind != FileKind::kOther && bytes == 0 ? Status::kOk : Status::kCorrupt;
+  FileFacts facts;
+  STORE_TRY(LookAt(side_file_, facts));
+  return facts.kind != FileKind::kOther && facts.bytes == 0 ? Status::kOk : Status::kCorrupt;
 }
 
 // Before the first flush through SQLite. The first page has been looked at; since the lock is ours and no log was there,

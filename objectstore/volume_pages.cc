@@ -23,9 +23,10 @@ Status OpenPlainFile(const std::string& path, SystemFile& file, uint64_t& bytes)
   SystemFile opened;
   const Status status = opened.Open(path, FileAccess::kRead);
   if (status != Status::kOk) return status == Status::kCorrupt ? Status::kAccessDenied : status;
-  FileKind kind = FileKind::kMissing;
-  STORE_TRY(opened.LookAt(kind, bytes));
-  if (kind != FileKind::kRegular) return Status::kAccessDenied;
+  FileFacts facts;
+  STORE_TRY(opened.LookAt(facts));
+  if (facts.kind != FileKind::kRegular) return Status::kAccessDenied;
+  bytes = facts.bytes;
   file.Swap(opened);
   return Status::kOk;
 }

@@ -48,20 +48,18 @@ Status Resolve(const MDbChar* path, FilePath& resolved) {
 }
 
 Status RequireNothingThere(const FilePath& path) {
-  FileKind kind = FileKind::kMissing;
-  FileIdentity identity;
-  STORE_TRY(Identify(path, kind, identity));
-  return kind == FileKind::kMissing ? Status::kOk : Status::kAlreadyExists;
+  FileFacts facts;
+  STORE_TRY(LookAt(path.full, facts));
+  return facts.kind == FileKind::kMissing ? Status::kOk : Status::kAlreadyExists;
 }
 
 // A file that this process has mounted is not even opened.
 Status RequireUnmounted(const Store& store, const FilePath& path) {
-  FileKind kind = FileKind::kMissing;
-  FileIdentity identity;
-  STORE_TRY(Identify(path, kind, identity));
-  if (kind == FileKind::kMissing) return Status::kFileNotFound;
-  if (kind == FileKind::kOther) return Status::kAccessDenied;
-  return store.HasMounted(identity) ? Status::kSharingViolation : Status::kOk;
+  FileFacts facts;
+  STORE_TRY(LookAt(path.full, facts));
+  if (facts.kind == FileKind::kMissing) return Status::kFileNotFound;
+  if (facts.kind == FileKind::kOther) return Status::kAccessDenied;
+  return store.HasMounted(facts.identity) ? Status::kSharingViolation : Status::kOk;
 }
 
 // Reads everything and lets go of the file. The store's lock is held meanwhile, so that no other thread mounts the file

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "file_system.h"
+#include "stat_facts.h"
 
 namespace objectstore {
 
@@ -19,15 +20,6 @@ constexpr size_t kLongestPathBytes = 500;
 struct FreeMemory {
   void operator()(char* memory) const { std::free(memory); }
 };
-
-Status LookAt(const std::string& path, FileKind& kind, struct stat& found) {
-  if (lstat(path.c_str(), &found) != 0) {
-    kind = FileKind::kMissing;
-    return errno == ENOENT ? Status::kOk : StatusOfSystemError(errno);
-  }
-  kind = S_ISREG(found.st_mode) ? FileKind::kRegular : FileKind::kOther;
-  return Status::kOk;
-}
 
 }  // namespace
 
@@ -44,19 +36,11 @@ Status ResolvePath(const std::string& path, FilePath& resolved) {
   return resolved.full.size() <= kLongestPathBytes ? Status::kOk : Status::kPathNotFound;
 }
 
-Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity, uint64_t* bytes) {
+Status LookAt(const std::string& path, FileFacts& facts) {
   struct stat found;
-  STORE_TRY(LookAt(path.full, kind, found));
-  if (kind == FileKind::kMissing) return Status::kOk;
-  identity = {static_cast<uint64_t>(found.st_dev), static_cast<uint64_t>(found.st_ino)};
-  if (bytes != nullptr) *bytes = static_cast<uint64_t>(found.st_size);
-  return Status::kOk;
-}
-
-Status LookAt(const std::string& path, FileKind& kind, uint64_t* bytes) {
-  struct stat found;
-  STORE_TRY(LookAt(path, kind, found));
-  if (kind != FileKind::kMissing && bytes != nullptr) *bytes = static_cast<uint64_t>(found.st_size);
+  facts = {};
+  if (lstat(path.c_str(), &found) != 0) return errno == ENOENT ? Status::kOk : StatusOfSystemError(errno);
+  facts = FactsOf(found);
   return Status::kOk;
 }
 

@@ -8,6 +8,7 @@
 #include <cerrno>
 
 #include "file_system.h"
+#include "stat_facts.h"
 #include "system_call.h"
 
 namespace objectstore {
@@ -40,11 +41,10 @@ Status SystemFile::Create(const std::string& path) {
   return handle_ != kNone ? Status::kOk : StatusOfSystemError(errno);
 }
 
-Status SystemFile::LookAt(FileKind& kind, uint64_t& bytes) const {
+Status SystemFile::LookAt(FileFacts& facts) const {
   struct stat found;
   if (fstat(Number(handle_), &found) != 0) return StatusOfSystemError(errno);
-  kind = S_ISREG(found.st_mode) ? FileKind::kRegular : FileKind::kOther;
-  bytes = static_cast<uint64_t>(found.st_size);
+  facts = FactsOf(found);
   return Status::kOk;
 }
 

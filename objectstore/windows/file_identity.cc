@@ -2,6 +2,7 @@
 #include "file_identity.h"
 
 #include "file_system.h"
+#include "handle_facts.h"
 #include "system_calls.h"
 
 namespace objectstore {
@@ -18,17 +19,6 @@ std::string MarkedPath(const std::string& path) {
 
 // A name with a colon is that of something within a file, or begins with a drive whose own folder is meant.
 bool IsFileName(const std::string& name) { return !name.empty() && name.find(':') == std::string::npos; }
-
-Status LookAt(const std::string& path, FileKind& kind, windows::Facts& facts) {
-  kind = FileKind::kMissing;
-  const windows::ErrorNumber error = windows::FactsOfName(path, facts);
-  if (error != 0) {
-    const Status status = StatusOfSystemError(static_cast<int>(error));
-    return status == Status::kFileNotFound ? Status::kOk : status;
-  }
-  kind = facts.is_file ? FileKind::kRegular : FileKind::kOther;
-  return Status::kOk;
-}
 
 }  // namespace
 
@@ -51,19 +41,15 @@ Status ResolvePath(const std::string& path, FilePath& resolved) {
   return Status::kOk;
 }
 
-Status Identify(const FilePath& path, FileKind& kind, FileIdentity& identity, uint64_t* bytes) {
-  windows::Facts facts;
-  STORE_TRY(LookAt(path.full, kind, facts));
-  if (kind == FileKind::kMissing) return Status::kOk;
-  identity = {facts.volume, facts.number};
-  if (bytes != nullptr) *bytes = facts.bytes;
-  return Status::kOk;
-}
-
-Status LookAt(const std::string& path, FileKind& kind, uint64_t* bytes) {
-  windows::Facts facts;
-  STORE_TRY(LookAt(path, kind, facts));
-  if (kind != FileKind::kMissing && bytes != nullptr) *bytes = facts.bytes;
+Status LookAt(const std::string& path, FileFacts& facts) {
+  windows::Facts found;
+  facts = {};
+  const windows::ErrorNumber error = windows::FactsOfName(path, found);
+  if (error != 0) {
+    const Status status = StatusOfSystemError(static_cast<int>(error));
+    return status == Status::kFileNotFound ? Status::kOk : status;
+  }
+  facts = FactsOf(found);
   return Status::kOk;
 }
 

@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "file_system.h"
+#include "handle_facts.h"
 #include "system_calls.h"
 
 namespace objectstore {
@@ -34,11 +35,10 @@ Status SystemFile::Create(const std::string& path) {
   return StatusOf(windows::OpenFile(path, windows::Opening::kNew, handle_));
 }
 
-Status SystemFile::LookAt(FileKind& kind, uint64_t& bytes) const {
-  windows::Facts facts;
-  STORE_TRY(StatusOf(windows::FactsOf(handle_, facts)));
-  kind = facts.is_file ? FileKind::kRegular : FileKind::kOther;
-  bytes = facts.bytes;
+Status SystemFile::LookAt(FileFacts& facts) const {
+  windows::Facts found;
+  STORE_TRY(StatusOf(windows::FactsOf(handle_, found)));
+  facts = FactsOf(found);
   return Status::kOk;
 }
 
