@@ -14,6 +14,9 @@ std::string FolderOf(const std::string& path);
 // What may have been meant by the name of a file that is not there; empty, or the end of a message.
 std::string MissingFileHint(const std::string& path);
 
+// When the system has nothing against a file: what is wrong is in it, or, unless other is empty, what stands beside it.
+ToolError ContentFailure(const std::string& path, const std::string& other);
+
 ToolError MountFailure(const std::string& path);
 
 }  // namespace xkrdb

@@ -45,6 +45,15 @@ std::string MissingFileHint(const std::string& path) {
   return fmt::format("; did you mean {}?", folder == "." ? *nearest : folder + "/" + *nearest);
 }
 
+ToolError ContentFailure(const std::string& path, const std::string& other) {
+  if (other.empty()) {
+    return {ExitCode::kNotDatabase, fmt::format("{} is not a database of this library, or it is damaged", path)};
+  }
+  return {ExitCode::kNotDatabase,
+          fmt::format("{} stands beside {} and does not belong to it; {} is opened once that is elsewhere", other, path,
+                      path)};
+}
+
 ToolError OpenFailure(const std::string& path, MDbStatus status) {
   switch (status) {
     case MDbStatusCannotOpen:

@@ -70,13 +70,7 @@ ToolError MountFailure(const std::string& path) {
             fmt::format("the folder of {} must be writable, the library writes a journal there: {}", path,
                         std::strerror(errno))};
   }
-  const std::string other = FileInTheWay(path, true);
-  if (!other.empty()) {
-    return {ExitCode::kNotDatabase,
-            fmt::format("{} stands beside {} and does not belong to it; {} is opened once that is elsewhere", other,
-                        path, path)};
-  }
-  return {ExitCode::kNotDatabase, fmt::format("{} is not a database of this library, or it is damaged", path)};
+  return ContentFailure(path, FileInTheWay(path, true));
 }
 
 bool FileExists(const std::string& path) {

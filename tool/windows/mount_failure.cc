@@ -68,13 +68,7 @@ ToolError MountFailure(const std::string& path) {
   const DWORD reason = ReasonAgainstUse(path);
   if (IsInUse(reason)) return {ExitCode::kInUse, fmt::format("{} is in use by another program", path)};
   if (reason != 0) return InputOutput(fmt::format("{} must be readable and writable: {}", path, SystemMessage(reason)));
-  const std::string other = FileInTheWay(path, true);
-  if (!other.empty()) {
-    return {ExitCode::kNotDatabase,
-            fmt::format("{} stands beside {} and does not belong to it; {} is opened once that is elsewhere", other,
-                        path, path)};
-  }
-  return {ExitCode::kNotDatabase, fmt::format("{} is not a database of this library, or it is damaged", path)};
+  return ContentFailure(path, FileInTheWay(path, true));
 }
 
 bool FileExists(const std::string& path) { return AttributesOf(path) != INVALID_FILE_ATTRIBUTES; }
