@@ -26,3 +26,13 @@ function(xkrdb_folder target)
     target_link_libraries(${target} PRIVATE xkrdb_freestanding_options)
   endif()
 endfunction()
+
+# xkrdb_folder_again(<target> <folder target>): the folder's sources compiled once more, with what it sees and no options yet.
+function(xkrdb_folder_again target folder)
+  get_target_property(sources ${folder} SOURCES)
+  get_target_property(source_dir ${folder} SOURCE_DIR)
+  get_target_property(seen ${folder} INCLUDE_DIRECTORIES)
+  list(TRANSFORM sources PREPEND "${source_dir}/")
+  add_library(${target} OBJECT ${sources})
+  target_include_directories(${target} PRIVATE ${seen})
+endfunction()
