@@ -23,16 +23,20 @@ Status WithDatabase(HANDLE handle, Body body) {
 // What is out of the ordinary stays out of the way of what is called for every record.
 [[gnu::noinline]] CEOID Seek(HANDLE database, DWORD type, DWORD_PTR value, DWORD* index) {
   CEOID found = 0;
+  OpenDatabase* const at_hand = objectstore::DatabaseAtHand(database);
+  if (at_hand != nullptr && at_hand->SeekByLooking(type, value, found, index)) return found;
   const Status status =
       WithDatabase(database, [&](OpenDatabase& open) { return open.Seek(type, value, found, index); });
   return Report(status) ? found : 0;
 }
 
 // There is one heap, so that results cannot come from another.
-[[gnu::noinline]] CEOID Read(HANDLE database, const objectstore::ReadRequest& request, HANDLE heap) {
+[[gnu::noinline]] CEOID Read(HANDLE database, DWORD flags, WORD* count, const CEPROPID* ids, BYTE** buffer, DWORD* size,
+                             HANDLE heap) {
   CEOID oid = 0;
   const Status status = WithDatabase(database, [&](OpenDatabase& open) {
-    return heap == 0 ? objectstore::ReadRecord(open, request, oid) : Status::kInvalidParameter;
+    if (heap != 0) return Status::kInvalidParameter;
+    return objectstore::ReadRecord(open, {(flags & CEDB_ALLOWREALLOC) != 0, count, ids, buffer, size}, oid);
   });
   return Report(status) ? oid : 0;
 }
@@ -41,19 +45,16 @@ Status WithDatabase(HANDLE handle, Body body) {
 
 CEOID CeSeekDatabase(HANDLE database, DWORD type, DWORD_PTR value, DWORD* index) {
   OpenDatabase* const open = objectstore::DatabaseAtHand(database);
-  const CEOID found = open != nullptr ? open->SeekAtOnce(type, value, index) : 0;
-  return found != 0 ? found : Seek(database, type, value, index);
+  CEOID found = 0;
+  return open != nullptr && open->SeekAtOnce(type, value, found, index) ? found : Seek(database, type, value, index);
 }
 
 CEOID CeReadRecordPropsEx(HANDLE database, DWORD flags, WORD* count, const CEPROPID* ids, BYTE** buffer, DWORD* size,
                           HANDLE heap) {
-  const objectstore::ReadRequest request = {(flags & CEDB_ALLOWREALLOC) != 0, count, ids, buffer, size};
   OpenDatabase* const open = objectstore::DatabaseAtHand(database);
-  CEOID oid = 0;
-  if (open != nullptr && heap == 0 && (ReadOneAtOnce(*open, request, oid) || ReadListAtOnce(*open, request, oid))) {
-    return oid;
-  }
-  return Read(database, request, heap);
+  const bool only_looks = open != nullptr && open->KnowsPosition() && (flags & CEDB_ALLOWREALLOC) == 0 && heap == 0;
+  if (!only_looks || count == nullptr || size == nullptr) return Read(database, flags, count, ids, buffer, size, heap);
+  return objectstore::ReadAtOnce(*open, count, ids, buffer, size);
 }
 
 CEOID CeWriteRecordProps(HANDLE database, CEOID oid, WORD count, const CEPROPVAL* values) {

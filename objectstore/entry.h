@@ -26,11 +26,11 @@ struct SharedStore {
   static constinit inline std::atomic<SharedStore*> made_ = nullptr;
 };
 
-// The database that a handle is open on, for the calls that are made for every record: they do what is usual at once and
-// leave everything else to Enter. Null when a call may have to wait, or when there is no such database.
+// The database that a handle is open on, for the calls that are made for every record: they do what is usual at once
+// and leave everything else to Enter. Null when a call may have to wait, or when there is no such database.
 inline OpenDatabase* DatabaseAtHand(HANDLE handle) noexcept {
   SharedStore* const shared = ProcessHasOneThread() ? SharedStore::Made() : nullptr;
-  return shared != nullptr ? shared->store.handles().FindDatabase(handle) : nullptr;
+  return shared != nullptr ? shared->store.handles().DatabaseAtHand(handle) : nullptr;
 }
 
 // Runs a call's body. Short memory becomes the given number; nothing is thrown.

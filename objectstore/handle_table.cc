@@ -19,8 +19,11 @@ constexpr size_t kRestingPlaces = 16;
 HANDLE HandleTable::Add(std::unique_ptr<OpenDatabase> database) {
   const size_t index = FreePlace();
   database->Join();
+  OpenDatabase* const added = database.get();
   places_[index].database = std::move(database);
-  return Occupy(index, Use::kDatabase);
+  const HANDLE handle = Occupy(index, Use::kDatabase);
+  if (!added->auto_increment()) AtHandOf(handle) = {handle, added};
+  return handle;
 }
 
 HANDLE HandleTable::Add(std::unique_ptr<Enumeration> enumeration) {
@@ -90,6 +93,8 @@ HANDLE HandleTable::Occupy(size_t index, Use use) {
 
 void HandleTable::Empty(size_t index, Use use) {
   Place& place = places_[index];
+  AtHand& at_hand = at_hand_[index % kMostAtHand];
+  if (at_hand.database == place.database.get()) at_hand = {};
   place.database.reset();
   place.enumeration.reset();
   place.use = use;

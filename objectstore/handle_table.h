@@ -5,6 +5,7 @@
 // 0xFFFFFFFF are never a handle.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -32,6 +33,13 @@ class HandleTable {
     return place != nullptr ? place->database.get() : nullptr;
   }
   Enumeration* FindEnumeration(HANDLE handle) const;
+
+  // The same, in one look, for most of the handles whose pointer stays where it is when a record is read. Null may mean
+  // that the database has to be looked for.
+  OpenDatabase* DatabaseAtHand(HANDLE handle) const {
+    const AtHand& place = at_hand_[handle % kMostAtHand];
+    return place.handle == handle ? place.database : nullptr;
+  }
 
   // The handle was taken away together with its volume.
   bool WasTakenAway(HANDLE handle) const;
@@ -65,6 +73,14 @@ class HandleTable {
   }
   void Empty(size_t index, Use use);
 
+  static constexpr size_t kMostAtHand = 32;
+  struct AtHand {
+    HANDLE handle = 0;
+    OpenDatabase* database = nullptr;
+  };
+  AtHand& AtHandOf(HANDLE handle) { return at_hand_[handle % kMostAtHand]; }
+
+  std::array<AtHand, kMostAtHand> at_hand_;  // by the last bits of their numbers
   std::vector<Place> places_;
   std::vector<uint16_t> free_;  // longest free first; has room for every place, so that closing needs no memory
 };

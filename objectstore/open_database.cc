@@ -9,8 +9,22 @@
 
 namespace objectstore {
 
+namespace {
+
+constexpr uint64_t kNoProperty = ~uint64_t{0};
+
+uint64_t UsualKey(const SortOrder* order) {
+  return order != nullptr && TypeOf(order->spec().propid) == CEVT_UI4 ? order->spec().propid : kNoProperty;
+}
+
+}  // namespace
+
 OpenDatabase::OpenDatabase(Volume& volume, Database& database, SortOrder* order, bool auto_increment)
-    : volume_(volume), database_(database), order_(order), auto_increment_(auto_increment) {
+    : volume_(volume),
+      database_(database),
+      order_(order),
+      auto_increment_(auto_increment),
+      usual_key_(UsualKey(order)) {
   static_cast<void>(MoveTo(0));  // an empty database: at the end
 }
 
@@ -66,6 +80,7 @@ void OpenDatabase::RecordRemoved(const RecordRef& record, bool through_this_hand
     return;
   }
   state_ = State::kInGap;
+  generation_ = 0;
   gap_ = record;
 }
 
@@ -88,6 +103,7 @@ void OpenDatabase::MoveToEnd() {
   state_ = State::kAtEnd;
   automatic_ = false;
   oid_ = 0;
+  generation_ = 0;
   if (gap_) gap_ = RecordRef();
 }
 

@@ -35,32 +35,45 @@ class OpenDatabase {
   // has not moved.
   Status Seek(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index);
 
-  // The usual seeks, by position, to the first of equal numbers and on to the next, and by identifier, as long as they only have to look:
-  // the identifier that Seek finds. 0 when it takes more than that, or when there is no such record; nothing has changed then.
-  CEOID SeekAtOnce(DWORD type, DWORD_PTR value, DWORD* index) {
-    size_t position = static_cast<uint32_t>(value);
+  // The seeks that are made again and again: by position, and on to the next of equal numbers. Without a call and
+  // without room on the stack. False when it takes more than that; nothing has changed then.
+  bool SeekAtOnce(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index) {
+    if (type == CEDB_SEEK_VALUENEXTEQUAL) {
+      return NextEqualAtOnce(reinterpret_cast<const CEPROPVAL*>(value), found, index);
+    }
+    const size_t position = static_cast<uint32_t>(value);
+    if (type != CEDB_SEEK_BEGINNING || position >= database_.records().size()) return false;
+    if (!IsSettled() || state_ == State::kInGap) return false;
+    const Record* const record = At(position);
+    record->Prefetch();
+    state_ = State::kAtRecord;
+    automatic_ = false;
+    StandOn(*record, position);
+    return Found(found, index);
+  }
+
+  // Those to the first of equal numbers and by identifier, as long as they only have to look and there is such a
+  // record; likewise.
+  bool SeekByLooking(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index) {
+    size_t position = 0;
     const Record* record = nullptr;
-    if (type == CEDB_SEEK_BEGINNING) {
-      if (position >= database_.records().size() || !IsSettled()) return 0;
-      record = At(position);
-      record->Prefetch();
-    } else if (type == CEDB_SEEK_VALUENEXTEQUAL) {
-      position = position_ + 1;
-      record = NextEqualAtOnce(reinterpret_cast<const CEPROPVAL*>(value));
-    } else if (type == CEDB_SEEK_VALUEFIRSTEQUAL) {
-      record = FirstEqualAtOnce(reinterpret_cast<const CEPROPVAL*>(value), position);
+    if (type == CEDB_SEEK_VALUEFIRSTEQUAL) {
+      record = FirstEqual(reinterpret_cast<const CEPROPVAL*>(value), position);
     } else if (type == CEDB_SEEK_CEOID && database_.loaded() && IsSettled()) {
       record = database_.Find(static_cast<CEOID>(value));
       if (record != nullptr) position = PositionOf(*record);
     }
-    if (record == nullptr) return 0;
+    if (record == nullptr) return false;
     MoveToRecord(*record, position);
-    if (index != nullptr) *index = static_cast<DWORD>(position);
-    return oid_;
+    return Found(found, index);
   }
 
-  // The record under the pointer, if nothing has to be looked up and a read does not move the pointer; else null.
-  const Record* CurrentAtOnce() const { return KnowsPosition() && !auto_increment_ ? record_ : nullptr; }
+  // The pointer is on a record, and nothing has to be looked up to say which. Then KnownRecord is that record.
+  bool KnowsPosition() const { return generation_ == database_.generation(); }
+  const Record& KnownRecord() const { return *record_; }
+
+  // Reading moves the pointer on.
+  bool auto_increment() const { return auto_increment_; }
 
   // The record under the pointer.
   Status Current(const Record*& record) const {
@@ -90,21 +103,42 @@ class OpenDatabase {
 
   // The order, if there is one, holds all records in their places.
   bool IsSettled() const { return order_ == nullptr || order_->settled(); }
-  bool KnowsPosition() const { return state_ == State::kAtRecord && generation_ == database_.generation(); }
-  // It is a number that the order is by, and the order holds all records in their places.
-  bool IsUsualKey(const CEPROPVAL* value) const {
-    return value != nullptr && order_ != nullptr && value->propid == order_->spec().propid && !IsText(value->propid) &&
-           order_->settled();
+  // The order is by unsigned numbers of four bytes, and the value is one.
+  bool IsUsualKey(const CEPROPVAL* value) const { return value != nullptr && value->propid == usual_key_; }
+
+  // Whoever goes through equal numbers ends by not finding another. As long as a position holds, the order that it was
+  // found in does: it has not been put off.
+  bool NextEqualAtOnce(const CEPROPVAL* value, CEOID& found, DWORD* index) {
+    if (!IsUsualKey(value) || !KnowsPosition()) return false;
+    const Record* const record = order_->EqualAt(position_ + 1, order_->KeyOfUnsigned(value->val.ulVal));
+    if (record == nullptr) return LeaveAtOnce(found);
+    ++position_;
+    record_ = record;
+    oid_ = record->oid();
+    return Found(found, index);
   }
-  const Record* NextEqualAtOnce(const CEPROPVAL* value) const {
-    return IsUsualKey(value) && KnowsPosition() ? order_->EqualAt(position_ + 1, order_->KeyOfNumber(NumberOf(*value)))
-                                                : nullptr;
+  bool LeaveAtOnce(CEOID& found) {
+    if (!order_->settled()) return false;
+    state_ = State::kAtEnd;
+    oid_ = 0;
+    generation_ = 0;
+    found = 0;
+    SetLastError(static_cast<DWORD>(Status::kSeek));
+    return true;
   }
-  const Record* FirstEqualAtOnce(const CEPROPVAL* value, size_t& position) const {
-    if (!IsUsualKey(value)) return nullptr;
-    const SortKey key = order_->KeyOfNumber(NumberOf(*value));
-    position = order_->FirstNotBefore(key);
-    return order_->EqualAt(position, key);
+  // Often the same number as the last time.
+  const Record* FirstEqual(const CEPROPVAL* value, size_t& position) {
+    if (!IsUsualKey(value) || !order_->settled()) return nullptr;
+    const SortKey key = order_->KeyOfUnsigned(value->val.ulVal);
+    const Record* again = order_->FirstEqualAt(first_equal_, key);
+    if (again == nullptr) first_equal_ = order_->FirstNotBefore(key);
+    position = first_equal_;
+    return again != nullptr ? again : order_->EqualAt(position, key);
+  }
+  bool Found(CEOID& found, DWORD* index) const {
+    found = oid_;
+    if (index != nullptr) *index = static_cast<DWORD>(position_);
+    return true;
   }
 
   size_t count() const { return database_.description().record_count; }
@@ -141,6 +175,10 @@ class OpenDatabase {
   }
   void MoveToRecord(const Record& record, size_t position) {
     MoveToRecord(record.oid());
+    StandOn(record, position);
+  }
+  void StandOn(const Record& record, size_t position) {
+    oid_ = record.oid();
     record_ = &record;
     position_ = position;
     generation_ = database_.generation();
@@ -169,15 +207,17 @@ class OpenDatabase {
   Database& database_;
   SortOrder* order_;
   bool auto_increment_;
+  uint64_t usual_key_;  // what the order is by, if that is an unsigned number of four bytes; else no property
 
   State state_ = State::kAtEnd;
   bool automatic_ = false;          // the pointer got to its record by an automatic step
   CEOID oid_ = 0;                   // of the record that the pointer is on
   const Record* record_ = nullptr;  // that record, as of generation_
   size_t position_ = 0;             // its position, likewise
-  uint64_t generation_ = 0;
-  RecordRef gap_;                 // the deleted record, while the pointer is in its gap
-  std::vector<uint8_t> scratch_;  // for the key of a value
+  uint64_t generation_ = 0;         // of no database while that is not known, or the pointer is on no record
+  size_t first_equal_ = 0;          // where the first of equal numbers was that was looked for last
+  RecordRef gap_;                   // the deleted record, while the pointer is in its gap
+  std::vector<uint8_t> scratch_;    // for the key of a value
   std::vector<Value> values_;
 };
 

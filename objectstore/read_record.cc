@@ -14,14 +14,21 @@ Status AllocateBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
   return Status::kOk;
 }
 
-// Makes the client's buffer hold so many bytes. What it holds on failure stays the client's. For no bytes there may be no
-// buffer: block is null then.
+// Makes the client's buffer hold so many bytes. What it holds on failure stays the client's. For no bytes there may be
+// no buffer: block is null then.
 inline Status ProvideBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
   block = request.buffer != nullptr ? *request.buffer : nullptr;
   const size_t capacity = block != nullptr ? *request.size : 0;
   *request.size = static_cast<DWORD>(bytes);
   if (bytes <= capacity) return Status::kOk;
   return request.may_allocate ? AllocateBuffer(request, bytes, block) : Status::kInsufficientBuffer;
+}
+
+// Writes properties that stand next to each other into a block that has room for them; the record's identifier.
+[[gnu::noinline]] CEOID DeliverNeighbours(const Record& record, size_t first, size_t count, BYTE* block) {
+  BlockWriter writer(block, count);
+  for (size_t i = first; i < first + count; ++i) record.AddTo(writer, i);
+  return record.oid();
 }
 
 // Properties that stand next to each other. None needs to be looked for.
@@ -31,8 +38,7 @@ Status ReadNeighbours(const Record& record, size_t first, size_t count, const Re
   BYTE* block = nullptr;
   STORE_TRY(ProvideBuffer(request, bytes, block));
   if (block == nullptr) return Status::kOk;  // there is nothing to read
-  BlockWriter writer(block, count);
-  for (size_t i = first; i < first + count; ++i) record.AddTo(writer, i);
+  static_cast<void>(DeliverNeighbours(record, first, count, block));
   return Status::kOk;
 }
 
@@ -86,19 +92,60 @@ Status ReadAsked(const Record& record, const ReadRequest& request, size_t& hint)
                                   : ReadSelected(record, request, hint);
 }
 
+// What a read at once begins with takes no room on the stack, since most reads end with it: they ask for a size.
+[[gnu::noinline]] CEOID DeliverTexts(const Record& record, size_t first, size_t count, BYTE* block) {
+  BlockWriter writer(block, count);
+  record.AddTextsTo(writer, first, count);
+  return record.oid();
+}
+
+[[gnu::noinline]] CEOID DeliverOne(const Record& record, size_t index, BYTE* block) {
+  if (!record.IsTextAt(index)) return DeliverNeighbours(record, index, 1, block);
+  BlockWriter writer(block, 1);
+  record.AddTextsTo(writer, index, 1);
+  return record.oid();
+}
+
+// The client's block if it has room for so many bytes; null otherwise, with the last error set.
+BYTE* BlockWithRoom(BYTE** buffer, DWORD* size, size_t bytes) {
+  BYTE* const block = buffer != nullptr ? *buffer : nullptr;
+  const bool has_room = block != nullptr && *size >= bytes;
+  *size = static_cast<DWORD>(bytes);
+  if (has_room) return block;
+  SetLastError(ERROR_INSUFFICIENT_BUFFER);
+  return nullptr;
+}
+
+[[gnu::noinline]] CEOID ReadAnyAtOnce(OpenDatabase& handle, WORD* count, const CEPROPID* ids, BYTE** buffer,
+                                      DWORD* size) {
+  const Record& record = handle.KnownRecord();
+  const Status status = ReadAsked(record, {false, count, ids, buffer, size}, handle.property_hint);
+  if (status == Status::kOk) return record.oid();
+  SetLastError(static_cast<DWORD>(status));
+  return 0;
+}
+
+[[gnu::noinline]] CEOID ReadTextsAtOnce(OpenDatabase& handle, WORD* count, const CEPROPID* ids, BYTE** buffer,
+                                        DWORD* size) {
+  const Record& record = handle.KnownRecord();
+  const size_t first = handle.property_hint;
+  const size_t bytes = ids != nullptr ? record.BlockBytesOfTexts(first, {ids, *count}) : 0;
+  if (bytes == 0) return ReadAnyAtOnce(handle, count, ids, buffer, size);
+  BYTE* const block = BlockWithRoom(buffer, size, bytes);
+  return block != nullptr ? DeliverTexts(record, first, *count, block) : 0;
+}
+
 }  // namespace
 
-bool ReadListAtOnce(OpenDatabase& handle, const ReadRequest& request, CEOID& oid) noexcept {
-  if (request.may_allocate || request.count == nullptr || request.size == nullptr) return false;
-  const Record* const record = handle.CurrentAtOnce();
-  if (record == nullptr) return false;
-  const Status status = ReadAsked(*record, request, handle.property_hint);
-  if (status == Status::kOk) {
-    oid = record->oid();
-  } else {
-    SetLastError(static_cast<DWORD>(status));
+// The usual reads are of one property, and of texts that stand next to each other.
+CEOID ReadAtOnce(OpenDatabase& handle, WORD* count, const CEPROPID* ids, BYTE** buffer, DWORD* size) noexcept {
+  const Record& record = handle.KnownRecord();
+  const size_t index = handle.property_hint;
+  if (*count != 1 || ids == nullptr || !record.HasAt(index, *ids)) {
+    return ReadTextsAtOnce(handle, count, ids, buffer, size);
   }
-  return true;
+  BYTE* const block = BlockWithRoom(buffer, size, record.BlockBytesBehind(sizeof(CEPROPVAL), index));
+  return block != nullptr ? DeliverOne(record, index, block) : 0;
 }
 
 Status ReadRecord(OpenDatabase& handle, const ReadRequest& request, CEOID& oid) {

@@ -19,7 +19,8 @@ namespace objectstore {
 
 class RecordRef;
 
-// What the file lacks of a record: nothing, the value of one property of four bytes (its identifier), more, or all of it.
+// What the file lacks of a record: nothing, the value of one property of four bytes (its identifier), more, or all of
+// it.
 inline constexpr CEPROPID kUnchanged = 0;
 inline constexpr CEPROPID kChangedWhole = 0xFFFFFFFF;
 inline constexpr CEPROPID kNotInFile = 0xFFFFFFFE;
@@ -82,14 +83,24 @@ class Record {
     return value;
   }
 
+  bool IsTextAt(size_t index) const { return HoldsText(Properties()[index].form); }
+
   // Adds the property to a client's block.
   [[gnu::always_inline]] void AddTo(BlockWriter& writer, size_t index) const {
-    const Property& property = Properties()[index];
-    const bool narrow = property.form == Form::kNarrowText;
-    if (narrow || property.form == Form::kWideText) {
-      writer.AddText(property.id, Bytes() + property.value, property.length, narrow);
+    if (IsTextAt(index)) {
+      const Property& text = Properties()[index];
+      writer.AddText(text.id, Bytes() + text.value, text.length, text.form == Form::kNarrowText);
     } else {
       writer.AddOther(At(index));
+    }
+  }
+
+  // The same for texts next to each other, in a block of nothing else.
+  [[gnu::always_inline]] void AddTextsTo(BlockWriter& writer, size_t first, size_t count) const {
+    const uint8_t* const bytes = Bytes();
+    const Property* const texts = Properties() + first;
+    for (const Property* text = texts; text != texts + count; ++text) {
+      writer.AddNextText(text->id, bytes + text->value, text->length, text->form == Form::kNarrowText);
     }
   }
 
@@ -115,8 +126,8 @@ class Record {
     return number;
   }
 
-  // Where a property stands; kNowhere when the record has none such. Looking begins at the hint, so that whoever asks for
-  // one after the other finds each at once.
+  // Where a property stands; kNowhere when the record has none such. Looking begins at the hint, so that whoever asks
+  // for one after the other finds each at once.
   static constexpr size_t kNowhere = ~size_t{0};
   size_t IndexOf(CEPROPID id, size_t hint = 0) const {
     const Property* const properties = Properties();
@@ -144,6 +155,19 @@ class Record {
     return true;
   }
 
+  // The bytes of a client's block for these properties, if they stand next to each other from there on and are texts;
+  // else 0.
+  size_t BlockBytesOfTexts(size_t first, std::span<const CEPROPID> ids) const {
+    if (first >= property_count_ || ids.size() > property_count_ - first) return 0;
+    size_t units = ids.size();  // each text's end
+    const Property* property = Properties() + first;
+    for (const CEPROPID id : ids) {
+      if (property->id != id || !HoldsText(property->form)) return 0;
+      units += property++->length;
+    }
+    return ids.size() * sizeof(CEPROPVAL) + units * sizeof(WCHAR);
+  }
+
   // Of a property that is a number of four bytes.
   uint32_t NumberAt(size_t index) const { return Properties()[index].value; }
   void FetchNumberAt(size_t index) const {
@@ -151,8 +175,8 @@ class Record {
   }  // which will be needed soon
   void SetNumberAt(size_t index, uint32_t number) { Properties()[index].value = number; }
 
-  // Puts the numbers of a record that has the same properties as another, all of them numbers of at most four bytes, into
-  // every so manyeth place; false if it has not.
+  // Puts the numbers of a record that has the same properties as another, all of them numbers of at most four bytes,
+  // into every so manyeth place; false if it has not.
   bool NumbersLike(const Record& other, uint32_t* to, size_t stride) const {
     if (property_count_ != other.property_count_) return false;
     const Property* const alike = other.Properties();
@@ -173,7 +197,8 @@ class Record {
   // The text sort key of each order, once an order has needed it. It belongs to the record's text, so it is no change.
   std::array<std::unique_ptr<uint8_t[]>, CEDB_MAXSORTORDER> text_keys;
 
-  // What the file lacks since a time, which its database counts in flushes. Once that time is over the file lacks nothing.
+  // What the file lacks since a time, which its database counts in flushes. Once that time is over the file lacks
+  // nothing.
   CEPROPID LacksSince(uint64_t time) const { return lacks_since_ == time ? lacks_ : kUnchanged; }
   void SetLacks(CEPROPID lacks, uint64_t time) {
     lacks_ = lacks;
@@ -201,6 +226,7 @@ class Record {
         in_arena_(in_arena) {}
   ~Record() = default;
 
+  static bool HoldsText(Form form) { return form == Form::kNarrowText || form == Form::kWideText; }
   static Form FormOf(const Value& value);
   static size_t BytesOf(Form form, size_t length);
   static void Fill(std::span<const Value> values, Property* properties);

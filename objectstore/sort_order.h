@@ -1,10 +1,10 @@
 // One sort order of a database: its records that have the sort property, kept sorted by it, and those that lack it,
 // which stand together at one end.
 //
-// (I1) Once built, an order holds every record of its database once, except between a change that was put off and the next
-// Settle: when many records change places and nobody asks where they stand, sorting all once is cheaper than moving each.
-// (I2) Equal keys stand in ascending order of the identifier, also in a descending order. (I3) Keys are never stored in a
-// file: another version of the collation cannot harm a volume.
+// (I1) Once built, an order holds every record of its database once, except between a change that was put off and the
+// next Settle: when many records change places and nobody asks where they stand, sorting all once is cheaper than
+// moving each. (I2) Equal keys stand in ascending order of the identifier, also in a descending order. (I3) Keys are
+// never stored in a file: another version of the collation cannot harm a volume.
 #pragma once
 
 #include <cstdint>
@@ -78,6 +78,7 @@ class SortOrder {
   // The records whose keys equal, or do not sort before, the key of a value; positions within the whole order.
   SortKey KeyOfValue(const Value& value, std::vector<uint8_t>& scratch) const;
   SortKey KeyOfNumber(uint64_t number) const { return {LeadOfNumber(number), nullptr}; }
+  SortKey KeyOfUnsigned(uint32_t number) const { return {number ^ flipped_bits_, nullptr}; }
   size_t FirstNotBefore(const SortKey& key) const;
   bool HoldsEqual(size_t position, const SortKey& key) const { return EqualAt(position, key) != nullptr; }
 
@@ -88,6 +89,13 @@ class SortOrder {
     const Entry& entry = present_[index];
     if (entry.lead != key.lead) return nullptr;
     return key.text == nullptr || Compare(entry, key) == 0 ? entry.record : nullptr;
+  }
+
+  // The same if it is the first of those that have this number.
+  const Record* FirstEqualAt(size_t position, const SortKey& number) const {
+    const size_t index = position - present_begin();
+    if (index >= present_.size() || present_[index].lead != number.lead) return nullptr;
+    return index == 0 || present_[index - 1].lead != number.lead ? present_[index].record : nullptr;
   }
 
   // The positions [begin, end) of the records that have the property.

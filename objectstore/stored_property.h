@@ -96,9 +96,9 @@ constexpr size_t PayloadBytes(CEPROPID id, size_t length) {
   return IsBlob(id) ? length : FixedWidth(id);
 }
 
-// A client's block holds so many properties and their payloads: the array first, then each text on a 2-byte boundary with
-// its terminator and each blob on a 4-byte boundary, in array order. The block ends with the last payload: a client takes
-// the array off the size to learn how long a single text is.
+// A client's block holds so many properties and their payloads: the array first, then each text on a 2-byte boundary
+// with its terminator and each blob on a 4-byte boundary, in array order. The block ends with the last payload: a
+// client takes the array off the size to learn how long a single text is.
 inline constexpr size_t kBlobAlignment = 4;
 constexpr size_t AlignUp(size_t offset, size_t alignment) { return (offset + alignment - 1) & ~(alignment - 1); }
 
@@ -110,9 +110,14 @@ class BlockWriter {
   // A text inside the store, of so many units.
   void AddText(CEPROPID id, const uint8_t* text, size_t units, bool narrow) {
     if (tail_ % alignof(WCHAR) != 0) AlignTail(alignof(WCHAR));
+    AddNextText(id, text, units, narrow);
+  }
+
+  // The same where nothing but texts has been added.
+  [[gnu::always_inline]] void AddNextText(CEPROPID id, const uint8_t* text, size_t units, bool narrow) {
     BYTE* const place = block_ + tail_;
-    // The property first: whoever reads the text's first units at once, together with what stands before them, need not wait
-    // for all of the text to be written.
+    // The property first: whoever reads the text's first units at once, together with what stands before them, need not
+    // wait for all of the text to be written.
     PutPointer(id, reinterpret_cast<WCHAR*>(place));
     CopyUnits(text, units, narrow, place);
     std::memset(place + units * sizeof(WCHAR), 0, sizeof(WCHAR));

@@ -22,16 +22,30 @@ void WidenStep(const uint8_t* narrow, uint8_t* to) {
   std::memcpy(to, step, sizeof step);
 }
 
-// The usual step, for which a compiler's own vectors go through memory.
+// The usual steps, for which a compiler's own vectors go through memory, or write in two pieces what will be read in
+// one.
+using Bytes = uint8_t __attribute__((vector_size(16)));
+using Halves = uint64_t __attribute__((vector_size(16)));
+
+constexpr bool kLowByteFirst = std::endian::native == std::endian::little;
+
+template <>
+inline void WidenStep<8>(const uint8_t* narrow, uint8_t* to) {
+  uint64_t number = 0;
+  std::memcpy(&number, narrow, sizeof number);
+  const auto bytes = reinterpret_cast<Bytes>(Halves{number, 0});
+  const Bytes first = kLowByteFirst ? bytes : Bytes{};
+  const Bytes second = kLowByteFirst ? Bytes{} : bytes;
+  const Bytes units = __builtin_shufflevector(first, second, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+  std::memcpy(to, &units, sizeof units);
+}
+
 template <>
 inline void WidenStep<16>(const uint8_t* narrow, uint8_t* to) {
-  using Bytes = uint8_t __attribute__((vector_size(16)));
-  constexpr Bytes kZeros{};
   Bytes bytes;
   std::memcpy(&bytes, narrow, sizeof bytes);
-  const bool low_byte_first = std::endian::native == std::endian::little;
-  const Bytes first = low_byte_first ? bytes : kZeros;
-  const Bytes second = low_byte_first ? kZeros : bytes;
+  const Bytes first = kLowByteFirst ? bytes : Bytes{};
+  const Bytes second = kLowByteFirst ? Bytes{} : bytes;
   const Bytes front = __builtin_shufflevector(first, second, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
   const Bytes back =
       __builtin_shufflevector(first, second, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
@@ -116,7 +130,6 @@ READS_WHOLE_BLOCKS inline WCHAR BitsOf(Block block) {
 
 // Sixteen units that fit into a byte each.
 inline void NarrowStep(const WCHAR* units, uint8_t* to) {
-  using Bytes = uint8_t __attribute__((vector_size(16)));
   Bytes first;
   Bytes second;
   std::memcpy(&first, units, sizeof first);

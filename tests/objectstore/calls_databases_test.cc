@@ -281,6 +281,42 @@ TEST_F(Databases, HandleIsNeitherZeroNorTheInvalidOneAndCountsOnce) {
   EXPECT_EQ(ReadAll(b).error, DWORD{ERROR_NO_MORE_ITEMS}) << "the other handle lives on";
 }
 
+// More of them than the store keeps at hand.
+TEST_F(Databases, ManyHandlesMeanEachItsOwnDatabase) {
+  constexpr size_t kMany = 80;
+  struct Opened {
+    CEOID database;
+    CEOID record;
+    HANDLE handle;
+  };
+  std::vector<Opened> all;
+  for (size_t i = 0; i < kMany; ++i) {
+    const std::u16string name = {u'm', static_cast<char16_t>(u'0' + i / 10), static_cast<char16_t>(u'0' + i % 10)};
+    const CEOID database = CreateDatabase(volume_, name.c_str());
+    const HANDLE handle = OpenDatabase(volume_, database);
+    all.push_back({database, Write(handle, 0, {I4(1, static_cast<int32_t>(i))}), handle});
+  }
+  const auto expect_all = [&] {
+    for (const Opened& one : all) {
+      if (one.handle == 0) continue;
+      EXPECT_EQ(Seek(one.handle, CEDB_SEEK_BEGINNING, 0), one.record);
+      EXPECT_EQ(ReadAll(one.handle).oid, one.record);
+    }
+  };
+  expect_all();
+  for (size_t i = 0; i < kMany; i += 3) {
+    EXPECT_EQ(CloseHandle(all[i].handle), TRUE);
+    EXPECT_REFUSED(Seek(all[i].handle, CEDB_SEEK_BEGINNING, 0), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(ReadAll(all[i].handle).error, DWORD{ERROR_INVALID_HANDLE});
+    all[i].handle = 0;
+  }
+  expect_all();
+  for (Opened& one : all) {
+    if (one.handle == 0) one.handle = OpenDatabase(volume_, one.database);
+  }
+  expect_all();
+}
+
 TEST_F(Databases, DeletionTakesTheRecordsWithIt) {
   Create({{kNumber, 0}});
   std::vector<CEOID> records = WriteKeys({10, 20});

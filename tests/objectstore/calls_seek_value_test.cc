@@ -1,5 +1,5 @@
 // Seeking by value: first equal, next equal, smaller and greater, in ascending and descending orders with ties and with
-// records that lack the property.
+// records that lack the property. By signed numbers and by unsigned ones, which the store looks for in ways of their own.
 #include <string.h>
 
 #include <limits>
@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr CEPROPID kNumber = Prop(1, CEVT_I4);
-
 struct ValueSeek {
   const char* why;
   DWORD type;
@@ -17,13 +15,25 @@ struct ValueSeek {
   int found;  // position in the order; -1 for a failure
 };
 
-class ValueSeeks : public DatabaseTest {
+class ValueSeeks : public DatabaseTest {};
+
+class NumberSeeks : public DatabaseTest, public testing::WithParamInterface<WORD> {
  protected:
+  static CEPROPVAL Key(int32_t value) {
+    return GetParam() == CEVT_I4 ? I4(1, value) : UI4(1, static_cast<uint32_t>(value));
+  }
+  static CEPROPID KeyProperty() { return Prop(1, GetParam()); }
+  std::vector<CEOID> WriteKeys(std::initializer_list<int32_t> keys) {
+    std::vector<CEOID> records;
+    for (const int32_t key : keys) records.push_back(Write(handle_, 0, {Key(key)}));
+    return records;
+  }
+
   // The keys 20, 10, 30, 20 in this order of creation; with absent, two records without the property before and after.
   void Make(DWORD flags, bool absent) {
     if (database_ != 0) Remount();
     CeDeleteDatabaseEx(&volume_, database_);
-    Create({{kNumber, flags}});
+    Create({{KeyProperty(), flags}});
     if (absent) Write(handle_, 0, {I4(2, 1)});
     WriteKeys({20, 10, 30, 20});
     if (absent) Write(handle_, 0, {I4(2, 1)});
@@ -37,7 +47,7 @@ class ValueSeeks : public DatabaseTest {
       Seek(handle_, CEDB_SEEK_BEGINNING, start);
       DWORD index = 77;
       SetLastError(kUntouched);
-      CEOID found = SeekValue(handle_, row.type, I4(1, row.value), &index);
+      CEOID found = SeekValue(handle_, row.type, Key(row.value), &index);
       EXPECT_EQ(found, row.found < 0 ? 0 : order[static_cast<size_t>(row.found)]);
       EXPECT_EQ(index, row.found < 0 ? 77 : static_cast<DWORD>(row.found));
       if (row.found < 0) {
@@ -61,7 +71,7 @@ const ValueSeek kAscending[] = {
     {"first equal before the first", CEDB_SEEK_VALUEFIRSTEQUAL, 9, -1},
     {"greater is the first that is not smaller", CEDB_SEEK_VALUEGREATER, 20, 1},
     {"greater between two keys", CEDB_SEEK_VALUEGREATER, 15, 1},
-    {"greater before the first", CEDB_SEEK_VALUEGREATER, std::numeric_limits<int32_t>::min(), 0},
+    {"greater before the first", CEDB_SEEK_VALUEGREATER, 0, 0},
     {"greater at the last", CEDB_SEEK_VALUEGREATER, 30, 3},
     {"greater beyond the last", CEDB_SEEK_VALUEGREATER, 31, -1},
     {"smaller is strictly smaller", CEDB_SEEK_VALUESMALLER, 20, 0},
@@ -85,17 +95,17 @@ const ValueSeek kDescending[] = {
     {"smaller before the first", CEDB_SEEK_VALUESMALLER, 30, -1},
 };
 
-TEST_F(ValueSeeks, AscendingFromEverywhere) {
+TEST_P(NumberSeeks, AscendingFromEverywhere) {
   Make(0, false);
   for (const ValueSeek& row : kAscending) ExpectFromEverywhere(row);
 }
 
-TEST_F(ValueSeeks, DescendingFromEverywhere) {
+TEST_P(NumberSeeks, DescendingFromEverywhere) {
   Make(CEDB_SORT_DESCENDING, false);
   for (const ValueSeek& row : kDescending) ExpectFromEverywhere(row);
 }
 
-TEST_F(ValueSeeks, RecordsWithoutThePropertyNeverMatch) {
+TEST_P(NumberSeeks, RecordsWithoutThePropertyNeverMatch) {
   for (bool first : {false, true}) {
     for (bool descending : {false, true}) {
       SCOPED_TRACE(testing::Message() << "unknown first " << first << ", descending " << descending);
@@ -110,13 +120,13 @@ TEST_F(ValueSeeks, RecordsWithoutThePropertyNeverMatch) {
   }
 }
 
-TEST_F(ValueSeeks, OutOfAGapTheyAreTheSame) {
+TEST_P(NumberSeeks, OutOfAGapTheyAreTheSame) {
   for (DWORD type : {CEDB_SEEK_VALUEFIRSTEQUAL, CEDB_SEEK_VALUEGREATER, CEDB_SEEK_VALUESMALLER}) {
     Make(0, false);
     std::vector<CEOID> order = Order(handle_);
     SeekTo(handle_, order[2]);
     EXPECT_EQ(CeDeleteRecord(handle_, order[2]), TRUE);
-    EXPECT_EQ(SeekValue(handle_, type, I4(1, 20)), order[type == DWORD{CEDB_SEEK_VALUESMALLER} ? 0 : 1]);
+    EXPECT_EQ(SeekValue(handle_, type, Key(20)), order[type == DWORD{CEDB_SEEK_VALUESMALLER} ? 0 : 1]);
   }
 }
 
@@ -145,7 +155,7 @@ const NextEqual kNextEquals[] = {
     {"the last gap has no successor", 3, true, 30, -1},
 };
 
-TEST_F(ValueSeeks, NextEqualTakesOneStep) {
+TEST_P(NumberSeeks, NextEqualTakesOneStep) {
   for (const NextEqual& row : kNextEquals) {
     SCOPED_TRACE(row.why);
     Make(0, false);
@@ -158,7 +168,7 @@ TEST_F(ValueSeeks, NextEqualTakesOneStep) {
     }
     DWORD index = 77;
     SetLastError(kUntouched);
-    CEOID found = SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, I4(1, row.value), &index);
+    CEOID found = SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, Key(row.value), &index);
     EXPECT_EQ(found, row.found < 0 ? 0 : order[static_cast<size_t>(row.found)]);
     if (row.found < 0) {
       EXPECT_EQ(GetLastError(), DWORD{ERROR_SEEK});
@@ -171,18 +181,18 @@ TEST_F(ValueSeeks, NextEqualTakesOneStep) {
   }
 }
 
-TEST_F(ValueSeeks, NextEqualNeverMatchesARecordWithoutTheProperty) {
+TEST_P(NumberSeeks, NextEqualNeverMatchesARecordWithoutTheProperty) {
   Make(0, true);
   Seek(handle_, CEDB_SEEK_BEGINNING, 3);
-  EXPECT_REFUSED(SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, I4(1, 0)), ERROR_SEEK);
+  EXPECT_REFUSED(SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, Key(0)), ERROR_SEEK);
 }
 
-TEST_F(ValueSeeks, LoopOfEqualsFindsEachOnce) {
+TEST_P(NumberSeeks, LoopOfEqualsFindsEachOnce) {
   Make(0, false);
   std::vector<CEOID> order = Order(handle_);
   std::vector<CEOID> found;
-  for (CEOID record = SeekValue(handle_, CEDB_SEEK_VALUEFIRSTEQUAL, I4(1, 20)); record != 0;
-       record = SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, I4(1, 20))) {
+  for (CEOID record = SeekValue(handle_, CEDB_SEEK_VALUEFIRSTEQUAL, Key(20)); record != 0;
+       record = SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, Key(20))) {
     EXPECT_EQ(ReadAll(handle_).oid, record);
     found.push_back(record);
   }
@@ -190,13 +200,13 @@ TEST_F(ValueSeeks, LoopOfEqualsFindsEachOnce) {
   EXPECT_EQ(found, expected);
 }
 
-TEST_F(ValueSeeks, AutomaticStepsAndNextEqualTogetherSkipARecord) {
-  Create({{kNumber, 0}});
+TEST_P(NumberSeeks, AutomaticStepsAndNextEqualTogetherSkipARecord) {
+  Create({{KeyProperty(), 0}});
   std::vector<CEOID> records = WriteKeys({7, 7, 7});
-  HANDLE handle = Open(kNumber, CEDB_AUTOINCREMENT);
-  EXPECT_EQ(SeekValue(handle, CEDB_SEEK_VALUEFIRSTEQUAL, I4(1, 7)), records[0]);
+  HANDLE handle = Open(KeyProperty(), CEDB_AUTOINCREMENT);
+  EXPECT_EQ(SeekValue(handle, CEDB_SEEK_VALUEFIRSTEQUAL, Key(7)), records[0]);
   EXPECT_EQ(ReadAll(handle).oid, records[0]);
-  EXPECT_EQ(SeekValue(handle, CEDB_SEEK_VALUENEXTEQUAL, I4(1, 7)), records[2]);
+  EXPECT_EQ(SeekValue(handle, CEDB_SEEK_VALUENEXTEQUAL, Key(7)), records[2]);
 }
 
 TEST_F(ValueSeeks, EveryTypeIsFoundByItsValue) {
@@ -258,11 +268,59 @@ TEST_F(ValueSeeks, EqualityIsTheSortOrders) {
   }
 }
 
-TEST_F(ValueSeeks, FlagsAndLengthOfTheGivenValueAreNotRead) {
+TEST_P(NumberSeeks, FlagsAndLengthOfTheGivenValueAreNotRead) {
   Make(0, false);
-  CEPROPVAL value = I4(1, 30);
+  CEPROPVAL value = Key(30);
   value.wLenData = 0xABCD;
   EXPECT_EQ(SeekValue(handle_, CEDB_SEEK_VALUEFIRSTEQUAL, value), Order(handle_)[3]);
 }
+
+TEST_P(NumberSeeks, TheFirstOfEqualsIsFoundAgainWhateverHappenedToTheOthers) {
+  Create({{KeyProperty(), 0}});
+  const std::vector<CEOID> records = WriteKeys({10, 20, 20, 30});
+  const auto expect_first = [&](CEOID record, DWORD position) {
+    for (const int repeated : {1, 2}) {
+      DWORD index = 77;
+      EXPECT_EQ(SeekValue(handle_, CEDB_SEEK_VALUEFIRSTEQUAL, Key(20), &index), record) << repeated;
+      EXPECT_EQ(index, position) << repeated;
+      EXPECT_EQ(ReadAll(handle_).oid, record) << repeated;
+    }
+  };
+  expect_first(records[1], 1);
+  WriteKeys({20, 40});
+  expect_first(records[1], 1);
+  WriteKeys({5});
+  expect_first(records[1], 2);
+  Write(handle_, records[0], {Key(25)});
+  expect_first(records[1], 1);
+  Write(handle_, records[0], {Key(20)});
+  expect_first(records[0], 1);
+  SeekTo(handle_, records[0]);
+  EXPECT_EQ(CeDeleteRecord(handle_, records[0]), TRUE);
+  expect_first(records[1], 1);
+  Write(handle_, records[1], {Key(50)});
+  expect_first(records[2], 1);
+  for (int32_t key = 0; key < 60; ++key) WriteKeys({key % 15});  // so many that the order waits to be asked
+  expect_first(records[2], 61);
+}
+
+// As the engine counts what it keeps: the value that is looked for grows with each step.
+TEST_P(NumberSeeks, StepsThroughDifferentNumbersEndBehindTheLastOfThem) {
+  Create({{KeyProperty(), 0}});
+  const std::vector<CEOID> records = WriteKeys({7, 8, 9, 20});
+  for (const int repeated : {1, 2}) {
+    SCOPED_TRACE(repeated);
+    EXPECT_EQ(SeekValue(handle_, CEDB_SEEK_VALUEFIRSTEQUAL, Key(7)), records[0]);
+    EXPECT_EQ(SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, Key(8)), records[1]);
+    EXPECT_EQ(SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, Key(9)), records[2]);
+    EXPECT_REFUSED(SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, Key(10)), ERROR_SEEK);
+    EXPECT_EQ(ReadAll(handle_).error, DWORD{ERROR_NO_MORE_ITEMS});
+    EXPECT_REFUSED(SeekValue(handle_, CEDB_SEEK_VALUENEXTEQUAL, Key(10)), ERROR_SEEK);
+    EXPECT_REFUSED(Seek(handle_, CEDB_SEEK_CURRENT, 0), ERROR_SEEK);
+    EXPECT_EQ(Seek(handle_, CEDB_SEEK_CURRENT, -1), records[3]);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfFourBytes, NumberSeeks, testing::Values(WORD{CEVT_I4}, WORD{CEVT_UI4}));
 
 }  // namespace
