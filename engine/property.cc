@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "mdb_try.h"
 #include "wide_copy.h"
 
 namespace mdb {
@@ -19,18 +18,7 @@ void CopyText(const CEPROPVAL& property, MDbChar* destination, uint32_t size_byt
 }
 
 MDbStatus ReadProps(HANDLE database, std::span<const CEPROPID> ids, PropertyBlock* block, CEOID* oid) {
-  if (oid != nullptr) *oid = 0;
-  uint32_t size_bytes = 0;
-  MDB_TRY(ProbePropSize(database, ids, &size_bytes));
-  LocalBlock memory(size_bytes);
-  if (!memory) return MDbStatusOk;
-  WORD count = static_cast<WORD>(ids.size());
-  BYTE* buffer = static_cast<BYTE*>(memory.data());
-  const CEOID read_oid = CeReadRecordPropsEx(database, 0, &count, ids.data(), &buffer, &size_bytes, 0);
-  if (read_oid == 0) return MDbStatusOk;
-  if (oid != nullptr) *oid = read_oid;
-  block->block_ = std::move(memory);
-  return MDbStatusOk;
+  return ReadPropsInPlace(database, ids, block, oid);
 }
 
 MDbStatus ReadInlineProp(HANDLE database, CEPROPID id, CEPROPVAL* property, CEOID* oid) {

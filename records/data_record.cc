@@ -15,39 +15,12 @@
 
 namespace mdb {
 
-HANDLE RecordDatabase(const MDbDataTbl& table, const MDbDataRec& rec) {
-  return (rec.flags & RecHandleFromDeleteTbl) != 0 ? table.deleteHandle : table.dataHandle;
-}
-
-bool AreOpen(const MDbDataTbl& table, const MDbDataRec& rec) {
-  return table.opened != 0 && (rec.flags & RecHandleOpened) != 0;
-}
-
-static bool IsLoaded(const MDbDataRec& rec) { return rec.block != nullptr && rec.properties != nullptr; }
-
-// The text of a field among the loaded properties, null when it is not there.
-static const MDbChar* LoadedField(const MDbDataRec& rec, int16_t field) {
-  if (!IsLoaded(rec) || field < 0) return nullptr;
-  const int32_t entry = (rec.includesSystem & 1) != 0 ? field + kSystemProperties : field;
-  if (entry >= rec.propertyCount) return nullptr;
-  const CEPROPVAL& property = static_cast<const CEPROPVAL*>(rec.properties)[entry];
-  return IsPresent(property) ? property.val.lpwstr : nullptr;
-}
-
 static void FillPropertyList(CEPROPID* ids, bool with_system, int16_t fields) {
   if (with_system) {
     for (const CEPROPID id : {RecPropState, RecPropMark, RecPropInfo, RecPropSortValue, RecPropCreationSeq})
       *ids++ = id;
   }
   for (int16_t field = 0; field < fields; ++field) *ids++ = RecPropField(field);
-}
-
-// Reads one property of the open record; the block stays false when memory ran out or the read failed.
-static MDbStatus ReadOne(const MDbDataTbl& table, const MDbDataRec& rec, CEPROPID id, PropertyBlock* block) {
-  if (!AreOpen(table, rec)) return MDbStatusFailed;
-  CEOID oid = 0;
-  MDB_TRY(ReadProps(RecordDatabase(table, rec), {&id, 1}, block, &oid));
-  return StatusOf(!*block || oid == rec.oid);
 }
 
 MDbStatus LoadRecord(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbSchemaTbl* schema, MDbDataRec* rec,
@@ -65,7 +38,7 @@ MDbStatus LoadRecord(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbSchemaTbl* 
     auto* ids = static_cast<CEPROPID*>(list.data());
     FillPropertyList(ids, with_system, fields);
     CEOID oid = 0;
-    MDB_TRY(ReadProps(RecordDatabase(*table, *rec), {ids, count}, &block, &oid));
+    MDB_TRY(ReadPropsInPlace(RecordDatabase(*table, *rec), {ids, count}, &block, &oid));
     if (!block || oid != rec->oid) return MDbStatusFailed;
   }
   rec->includesSystem = with_system ? 1 : 0;
@@ -80,13 +53,18 @@ void ReleaseRecord(MDbDataRec* rec) {
   MDbDataRecInitialize(rec);
 }
 
-// A field that is not among what was loaded. Apart, so that reading one that is needs no room for it.
-[[gnu::noinline]] static MDbStatus ReadStoredField(const MDbDataTbl& table, const MDbDataRec& rec, int16_t field,
-                                                   MDbChar* text, uint32_t size) {
-  PropertyBlock block;
-  MDB_TRY(ReadOne(table, rec, RecPropField(field), &block));
-  if (block) CopyText(block[0], text, size);
+// The first of a record's fields. Apart, so that the others need no room on the stack.
+[[gnu::noinline]] static MDbStatus LoadForFieldPtr(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbSchemaTbl* schema,
+                                                   MDbDataRec* rec, int16_t field, const MDbChar** text) {
+  MDB_TRY(LoadRecord(env, ref, table, schema, rec, false));
+  if (const MDbChar* loaded = LoadedField(*rec, field)) *text = loaded;
   return MDbStatusOk;
+}
+
+// Apart, so that reading one that is loaded needs no room for it.
+[[gnu::noinline]] static MDbStatus ReadStoredFieldApart(const MDbDataTbl& table, const MDbDataRec& rec, int16_t field,
+                                                        MDbChar* text, uint32_t size) {
+  return ReadStoredField(table, rec, field, text, size);
 }
 
 MDbStatus ReadMark(const MDbDataTbl& table, const MDbDataRec& rec, uint8_t* marked) {
@@ -122,7 +100,7 @@ uint8_t MDbDataRecIsOpened(const MDbDataRec* rec) { return (rec->flags & RecHand
 MDbStatus MDbDataRecGetFieldPtr(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbSchemaTbl* schema, MDbDataRec* rec,
                                 int16_t field, const MDbChar** text) {
   if (!AreOpen(*table, *rec)) return MDbStatusFailed;
-  if (!IsLoaded(*rec)) MDB_TRY(LoadRecord(env, ref, table, schema, rec, false));
+  if (!IsLoaded(*rec)) return LoadForFieldPtr(env, ref, table, schema, rec, field, text);
   if (const MDbChar* loaded = LoadedField(*rec, field)) *text = loaded;
   return MDbStatusOk;
 }
@@ -130,22 +108,13 @@ MDbStatus MDbDataRecGetFieldPtr(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDb
 MDbStatus MDbDataRecReadField(MDbEnv*, MDbRef*, MDbDataTbl* table, MDbDataRec* rec, int16_t field, MDbChar* text,
                               uint32_t size) {
   const MDbChar* loaded = LoadedField(*rec, field);
-  if (loaded == nullptr) return ReadStoredField(*table, *rec, field, text, size);
+  if (loaded == nullptr) return ReadStoredFieldApart(*table, *rec, field, text, size);
   CopyWideTruncated(size, loaded, text);
   return MDbStatusOk;
 }
 
 MDbStatus MDbDataRecGetFieldSize(MDbEnv*, MDbRef*, MDbDataTbl* table, MDbDataRec* rec, int16_t field, uint32_t* size) {
-  if (const MDbChar* loaded = LoadedField(*rec, field)) {
-    *size = static_cast<uint32_t>((wcslen(loaded) + 1) * sizeof(MDbChar));
-    return MDbStatusOk;
-  }
-  if (!AreOpen(*table, *rec)) return MDbStatusFailed;
-  const CEPROPID id = RecPropField(field);
-  uint32_t block_size = 0;
-  MDB_TRY(ProbePropSize(RecordDatabase(*table, *rec), {&id, 1}, &block_size));
-  *size = block_size - kOnePropertySize;
-  return MDbStatusOk;
+  return FieldSize(*table, *rec, field, size);
 }
 
 MDbStatus MDbDataRecGetState(MDbEnv*, MDbRef*, MDbDataTbl* table, MDbDataRec* rec, uint8_t* state) {

@@ -49,24 +49,7 @@ void ExtractNumberText(const MDbChar* text, MDbChar (&number)[kNumberTextLength 
   number[digit_seen ? length : 0] = 0;
 }
 
-// The usual number: a sign perhaps, so few digits that they fit, and the end or decimals. False for any other text.
-static bool IsShortNumber(const MDbChar* text, int32_t* value) {
-  constexpr int kMostDigits = 9;
-  const bool negative = *text == '-';
-  if (negative) ++text;
-  const MDbChar* const first = text;
-  int32_t magnitude = 0;
-  for (; *text >= '0' && *text <= '9'; ++text) {
-    if (text - first == kMostDigits) return false;
-    magnitude = magnitude * 10 + (*text - '0');
-  }
-  if (text == first || (*text != 0 && *text != '.')) return false;
-  *value = negative ? -magnitude : magnitude;
-  return true;
-}
-
 static MDbStatus NumberTextToValue(const MDbChar* text, int32_t* value) {
-  if (IsShortNumber(text, value)) return MDbStatusOk;
   MDbChar number[kNumberTextLength + 1];
   ExtractNumberText(text, number);
   if (number[0] == 0) return MDbStatusEmptyNumber;
@@ -79,7 +62,7 @@ static MDbStatus NumberTextToValue(const MDbChar* text, int32_t* value) {
   return MDbStatusOk;
 }
 
-MDbStatus TextToValue(const MDbChar* text, const ValueFormat& format, int32_t* value) {
+MDbStatus AnyTextToValue(const MDbChar* text, const ValueFormat& format, int32_t* value) {
   switch (format.type) {
     case MDbFieldNumber:
       return NumberTextToValue(text, value);

@@ -15,9 +15,30 @@ struct ValueFormat {
 // The database's date or time format for a field of this type. 1 for a type without one, or without attributes.
 MDbStatus ReadValueFormat(MDbEnv* env, ValueFormat* format);
 
+// The usual number: a sign perhaps, so few digits that they fit, and the end or decimals. False for any other text.
+inline bool IsShortNumber(const MDbChar* text, int32_t* value) {
+  constexpr size_t kMostDigits = 9;
+  const bool negative = *text == '-';
+  text += negative ? 1 : 0;
+  const MDbChar* const first = text;
+  uint32_t magnitude = 0;
+  for (; *text >= '0' && *text <= '9'; ++text) magnitude = magnitude * 10 + (*text - uint32_t{'0'});
+  const auto digits = static_cast<size_t>(text - first);
+  if (digits - 1 >= kMostDigits || (*text != 0 && *text != '.')) return false;
+  const auto number = static_cast<int32_t>(magnitude);
+  *value = negative ? -number : number;
+  return true;
+}
+
+// TextToValue for any text and type.
+MDbStatus AnyTextToValue(const MDbChar* text, const ValueFormat& format, int32_t* value);
+
 // The value of a text: days for a date, seconds for a time, the number for a number.
 // 1 the type has no values;  2, 3 not a date, not a time;  10 the number reaches a limit of 32 bits;  11 no digit
-MDbStatus TextToValue(const MDbChar* text, const ValueFormat& format, int32_t* value);
+inline MDbStatus TextToValue(const MDbChar* text, const ValueFormat& format, int32_t* value) {
+  if (format.type == MDbFieldNumber && IsShortNumber(text, value)) return MDbStatusOk;
+  return AnyTextToValue(text, format, value);
+}
 
 // The most characters that the digits of a number are worth keeping for: a sign, and one digit more than 32 bits hold.
 constexpr int kNumberTextLength = 12;

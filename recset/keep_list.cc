@@ -1,9 +1,7 @@
 // The records that stay in a filtered view whether or not they match: an unordered array on the local heap.
 #include "keep_list.h"
 
-#include <algorithm>
 #include <limits>
-#include <span>
 
 #include "local_memory.h"
 #include "mdb_try.h"
@@ -11,10 +9,6 @@
 namespace mdb {
 
 constexpr uint32_t kGrowth = 1024;  // bytes
-
-static std::span<uint32_t> Entries(const MDbRecset& recset) {
-  return {recset.keepList, static_cast<size_t>(recset.keepCount)};
-}
 
 // The recorded capacity starts at 0 even when a block exists, new or kept across a sort, so the first entry resizes it.
 // It is raised until everything fits: a block is never made smaller than its contents.
@@ -50,11 +44,6 @@ void RemoveFromKeepList(MDbRecset* recset, CEOID oid) {
     --recset->keepCount;
     if (recset->keepCount > 0) recset->keepList[i] = recset->keepList[recset->keepCount];
   }
-}
-
-bool IsInKeepList(const MDbRecset& recset, CEOID oid) {
-  const std::span<const uint32_t> entries = Entries(recset);
-  return std::find(entries.begin(), entries.end(), oid) != entries.end();
 }
 
 }  // namespace mdb

@@ -9,6 +9,12 @@ namespace mdb {
 
 MDbStatus AddToKeepList(MDbRecset* recset, CEOID oid);
 void RemoveFromKeepList(MDbRecset* recset, CEOID oid);
-bool IsInKeepList(const MDbRecset& recset, CEOID oid);
+
+inline bool IsInKeepList(const MDbRecset& recset, CEOID oid) {
+  for (int16_t i = 0; i < recset.keepCount; ++i) {
+    if (recset.keepList[i] == oid) return true;
+  }
+  return false;
+}
 
 }  // namespace mdb

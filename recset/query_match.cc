@@ -1,6 +1,7 @@
 // The criteria of a query while a view is built.
 #include "query_match.h"
 
+#include "data_record.h"
 #include "keep_list.h"
 #include "local_memory.h"
 #include "mdb.h"
@@ -50,15 +51,13 @@ bool QueryMatch::Matches(const MDbChar* text) const {
 }
 
 MDbStatus QueryMatch::Test(MDbEnv* env, const MDbRecset& recset, MDbDataRec* rec, bool* accepted) const {
-  MDbRef* ref = &env->agentRef;
-  MDbDataTbl* table = &env->dataTbl;
   *accepted = false;
   uint32_t size_bytes = 0;
-  MDB_TRY(MDbDataRecGetFieldSize(env, ref, table, rec, criteria_.field, &size_bytes));
+  MDB_TRY(FieldSize(env->dataTbl, *rec, criteria_.field, &size_bytes));
   LocalBlock memory(size_bytes);
   if (!memory) return MDbStatusOk;
   auto* text = static_cast<MDbChar*>(memory.data());
-  MDB_TRY(MDbDataRecReadField(env, ref, table, rec, criteria_.field, text, size_bytes));
+  MDB_TRY(ReadStoredField(env->dataTbl, *rec, criteria_.field, text, size_bytes));
   *accepted = Matches(text) || (recset.filterField != -1 && IsInKeepList(recset, rec->oid));
   return MDbStatusOk;
 }

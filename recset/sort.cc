@@ -2,6 +2,7 @@
 // criteria, and the data table goes back to creation order.
 #include <limits>
 
+#include "data_record.h"
 #include "data_table.h"
 #include "field_value.h"
 #include "local_memory.h"
@@ -49,14 +50,12 @@ class ScratchText {
 // Writes the sort value of one record. Without memory for its text the record keeps the value it had.
 static MDbStatus WriteKey(MDbEnv* env, int16_t field, const ValueFormat& format, ScratchText* scratch,
                           MDbDataRec* rec) {
-  MDbRef* ref = &env->agentRef;
-  MDbDataTbl* table = &env->dataTbl;
   uint32_t size_bytes = 0;
-  MDB_TRY(MDbDataRecGetFieldSize(env, ref, table, rec, field, &size_bytes));
+  MDB_TRY(FieldSize(env->dataTbl, *rec, field, &size_bytes));
   MDbChar* text = scratch->Room(size_bytes);
   if (text == nullptr) return MDbStatusOk;
   text[0] = 0;  // what the record before left there is not this one's, should it lack the field or not be read
-  MDB_TRY(MDbDataRecReadField(env, ref, table, rec, field, text, size_bytes));
+  MDB_TRY(ReadStoredField(env->dataTbl, *rec, field, text, size_bytes));
   int32_t key = 0;
   const MDbStatus status = TextToValue(text, format, &key);
   if (MeansNoValue(status)) {
@@ -64,7 +63,7 @@ static MDbStatus WriteKey(MDbEnv* env, int16_t field, const ValueFormat& format,
   } else if (status != MDbStatusOk) {
     return status;
   }
-  return WriteSortValue(*table, *rec, key);
+  return WriteSortValue(env->dataTbl, *rec, key);
 }
 
 static MDbStatus WriteKeys(MDbEnv* env, int16_t field, uint8_t type) {
@@ -131,8 +130,8 @@ MDbStatus MDbRecsetSort(MDbEnv* env, MDbRecset* recset, int16_t field, uint32_t 
   MDB_TRY(DestroyForRebuild(env, recset, range_status));
   MDB_TRY(OrderDataTable(env, field, ascending));
   MDB_TRY(BuildView(env, recset, flag_filter, recset->hasQuery != 0 ? &recset->query : nullptr));
-  // The view is whole by now, but the table that it shows is not: the record set goes as after any other failure. Pinned
-  // by SortSet.ATableThatDoesNotGoBackLeavesTheRecordSetDestroyed.
+  // The view is whole by now, but the table that it shows is not: the record set goes as after any other failure.
+  // Pinned by SortSet.ATableThatDoesNotGoBackLeavesTheRecordSetDestroyed.
   const MDbStatus back_status = SortDataTableByCreation(env, &env->agentRef, &env->dataTbl);
   if (back_status != MDbStatusOk) {
     (void)DestroyForRebuild(env, recset, MDbStatusOk);

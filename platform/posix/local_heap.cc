@@ -44,8 +44,8 @@ void* BlockOf(void* memory, size_t size, size_t steps) {
   return new (memory) BlockHead{size, steps} + 1;
 }
 
-// Kept blocks are whole steps long, so that there are few lists and each has blocks of one length. A step is a line of the
-// processor's cache and begins like one: nothing that is cleared or copied in large pieces lies across two.
+// Kept blocks are whole steps long, so that there are few lists and each has blocks of one length. A step is a line of
+// the processor's cache and begins like one: nothing that is cleared or copied in large pieces lies across two.
 constexpr size_t kStepBytes = 64;
 constexpr size_t kMostSteps = 64;
 constexpr size_t kMostKeptSteps = 1024;
@@ -58,6 +58,8 @@ constinit KeptBlock* kept_blocks[kMostSteps + 1] = {};
 constinit size_t kept_steps = 0;
 
 size_t StepsFor(size_t whole) { return (whole + kStepBytes - 1) / kStepBytes; }
+
+bool IsSmall(size_t size) { return size <= kMostSteps * kStepBytes - sizeof(BlockHead); }
 
 void* TakeKept(size_t steps) {
   KeptBlock* const kept = kept_blocks[steps];
@@ -79,36 +81,47 @@ bool Keep(BlockHead* head) {
   return true;
 }
 
-// In whole steps, which take no call.
-void ClearSteps(void* memory, size_t steps) {
-  constexpr size_t kFewSteps = 8;
-  if (steps > kFewSteps) {
-    std::memset(memory, 0, steps * kStepBytes);
-    return;
-  }
+constexpr size_t kFewSteps = 8;
+
+// By the C library: compilers that know how few bytes it is at most take an instruction that is slow to begin.
+[[gnu::noipa]] void ClearBytes(void* memory, size_t bytes) { std::memset(memory, 0, bytes); }
+
+// Few steps take no call.
+[[gnu::always_inline]] inline void ClearSteps(void* memory, size_t steps) {
+  if (steps > kFewSteps) return ClearBytes(memory, steps * kStepBytes);
   auto* bytes = static_cast<char*>(memory);
   for (const char* const end = bytes + steps * kStepBytes; bytes != end; bytes += kStepBytes)
     std::memset(bytes, 0, kStepBytes);
 }
 
-void* AllocateSmall(DWORD flags, size_t size) {
+// Whole steps of memory as a block of the size that was asked for.
+[[gnu::always_inline]] inline void* SmallBlockOf(void* memory, DWORD flags, size_t size, size_t steps) {
+  if ((flags & LMEM_ZEROINIT) != 0) ClearSteps(memory, steps);
+  void* const block = new (memory) BlockHead{size, steps} + 1;
+  ASAN_POISON_MEMORY_REGION(static_cast<char*>(block) + size, steps * kStepBytes - sizeof(BlockHead) - size);
+  return block;
+}
+
+[[gnu::noinline]] void* Allocate(DWORD flags, size_t size) {
+  if (size > kLargestBlock) return BlockOf(nullptr, size, 0);
   const size_t whole = sizeof(BlockHead) + size;
+  if (!IsSmall(size)) {
+    return BlockOf((flags & LMEM_ZEROINIT) != 0 ? std::calloc(1, whole) : std::malloc(whole), size, 0);
+  }
   const size_t steps = StepsFor(whole);
   void* memory = ProcessHasOneThread() ? TakeKept(steps) : nullptr;
   if (memory == nullptr) memory = std::aligned_alloc(kStepBytes, steps * kStepBytes);
-  if (memory != nullptr && (flags & LMEM_ZEROINIT) != 0) ClearSteps(memory, steps);
-  void* const block = BlockOf(memory, size, steps);
-  if (block != nullptr) ASAN_POISON_MEMORY_REGION(static_cast<char*>(memory) + whole, steps * kStepBytes - whole);
-  return block;
+  return memory != nullptr ? SmallBlockOf(memory, flags, size, steps) : BlockOf(nullptr, size, 0);
 }
 
 }  // namespace
 
+// A kept block of few steps, as most are, takes no call.
 extern "C" void* LocalAlloc(DWORD flags, size_t size) {
-  if (size <= kMostSteps * kStepBytes - sizeof(BlockHead)) return AllocateSmall(flags, size);
-  if (size > kLargestBlock) return BlockOf(nullptr, size, 0);
-  const size_t whole = sizeof(BlockHead) + size;
-  return BlockOf((flags & LMEM_ZEROINIT) != 0 ? std::calloc(1, whole) : std::malloc(whole), size, 0);
+  if (size > kFewSteps * kStepBytes - sizeof(BlockHead) || !ProcessHasOneThread()) return Allocate(flags, size);
+  const size_t steps = StepsFor(sizeof(BlockHead) + size);
+  void* const memory = TakeKept(steps);
+  return memory != nullptr ? SmallBlockOf(memory, flags, size, steps) : Allocate(flags, size);
 }
 
 // A resized block is as long as it has to be, and is not kept.

@@ -21,7 +21,8 @@ namespace {
 
 using Block = __m128i;  // eight units
 
-READS_WHOLE_BLOCKS Block ZerosOf(const Block* block) { return _mm_cmpeq_epi16(*block, _mm_setzero_si128()); }
+READS_WHOLE_BLOCKS Block ZerosIn(Block block) { return _mm_cmpeq_epi16(block, _mm_setzero_si128()); }
+READS_WHOLE_BLOCKS Block ZerosOf(const Block* block) { return ZerosIn(*block); }
 unsigned ZeroBytes(Block zeros) { return static_cast<unsigned>(_mm_movemask_epi8(zeros)); }
 
 constexpr size_t kPieceBlocks = 4;
@@ -55,27 +56,53 @@ const Block* NextPieceWithZero(const Block* piece) { return PieceWithZero(piece)
 
 #endif
 
+// Where the zero is that ends a text, in one of the blocks from here on: in aligned ones, four at a time where they lie
+// in one aligned piece. So many never leave the page of the unit that ends the text, but may reach beyond the text,
+// which the sanitizers would not have anybody read.
+[[gnu::noinline]] READS_WHOLE_BLOCKS uintptr_t EndFrom(const Block* block) {
+  for (;; ++block) {
+    if (reinterpret_cast<uintptr_t>(block) % (kPieceBlocks * sizeof(Block)) == 0) block = NextPieceWithZero(block);
+    const unsigned zeros = ZeroBytes(ZerosOf(block));
+    if (zeros != 0) return reinterpret_cast<uintptr_t>(block) + static_cast<size_t>(std::countr_zero(zeros));
+  }
+}
+
+// A page is no smaller: what begins so far before the end of such a piece of memory lies in one page.
+constexpr size_t kLeastPageBytes = 4096;
+constexpr size_t kFirstBlocks = 4;
+
+READS_WHOLE_BLOCKS unsigned ZeroBytesAt(const WCHAR* text) {
+  return ZeroBytes(ZerosIn(_mm_loadu_si128(reinterpret_cast<const Block*>(text))));
+}
+
+// The length of a text that begins close to the end of a page: the block that it begins in is looked at from an aligned
+// place before it, and what stands there is left out.
+READS_WHOLE_BLOCKS size_t LengthByAlignedBlocks(uintptr_t address) {
+  const size_t before = address % sizeof(Block);
+  const auto* const block = reinterpret_cast<const Block*>(address - before);
+  const unsigned zeros = ZeroBytes(ZerosOf(block)) >> before;
+  if (zeros != 0) return static_cast<size_t>(std::countr_zero(zeros)) / sizeof(WCHAR);
+  return (EndFrom(block + 1) - address) / sizeof(WCHAR);
+}
+
 }  // namespace
 
-// In aligned blocks, four at a time where they lie in one aligned piece: so many never leave the page of the unit that
-// ends the text, but may reach beyond the text, which the sanitizers would not have anybody read. A text at an odd address
-// is never aligned.
+// The first blocks are read from the text's own beginning on: most texts have just been written, in blocks from there,
+// and a processor waits where a block that it reads is not within one that it wrote. A text at an odd address is never
+// aligned.
 READS_WHOLE_BLOCKS size_t wcslen(const WCHAR* text) {
   const auto address = reinterpret_cast<uintptr_t>(text);
   if (address % sizeof(WCHAR) != 0) return LengthUnitByUnit(text);
-  // The block that the text begins in is looked at whole; what stands in it before the text is left out.
-  const size_t before = address % sizeof(Block);
-  const auto* block = reinterpret_cast<const Block*>(address - before);
-  unsigned zeros = ZeroBytes(ZerosOf(block)) >> before << before;
-  while (zeros == 0) {
-    ++block;
-    if (reinterpret_cast<uintptr_t>(block) % (kPieceBlocks * sizeof(Block)) == 0) {
-      block = NextPieceWithZero(block);
-    }
-    zeros = ZeroBytes(ZerosOf(block));
+  if (address % kLeastPageBytes > kLeastPageBytes - kFirstBlocks * sizeof(Block)) {
+    return LengthByAlignedBlocks(address);
   }
-  const uintptr_t end = reinterpret_cast<uintptr_t>(block) + static_cast<size_t>(std::countr_zero(zeros));
-  return (end - address) / sizeof(WCHAR);
+  constexpr size_t kUnits = sizeof(Block) / sizeof(WCHAR);
+  for (size_t length = 0; length < kFirstBlocks * kUnits; length += kUnits) {
+    const unsigned zeros = ZeroBytesAt(text + length);
+    if (zeros != 0) return length + static_cast<size_t>(std::countr_zero(zeros)) / sizeof(WCHAR);
+  }
+  const uintptr_t next = address / sizeof(Block) * sizeof(Block) + kFirstBlocks * sizeof(Block);
+  return (EndFrom(reinterpret_cast<const Block*>(next)) - address) / sizeof(WCHAR);
 }
 
 #else
