@@ -1,5 +1,5 @@
-// Berkeley DB: a private environment with transactions, recovery at every opening, a sync for every commit, log files of
-// 4 MiB that are written full of zeros when they are made, and a checkpoint before closing.
+// Berkeley DB: a private environment with transactions, recovery at every opening, a sync for every commit, log files
+// of 4 MiB that are written full of zeros when they are made, and a checkpoint before closing.
 #include <db.h>
 
 #include <filesystem>
@@ -10,8 +10,12 @@
 namespace bench {
 namespace {
 
+[[noreturn, gnu::noinline]] void Fail(int result, const char* what) {
+  throw std::runtime_error(std::string(what) + ": " + db_strerror(result));
+}
+
 void Require(int result, const char* what) {
-  if (result != 0) throw std::runtime_error(std::string(what) + ": " + db_strerror(result));
+  if (result != 0) Fail(result, what);
 }
 
 DBT Thing(std::string_view bytes) {

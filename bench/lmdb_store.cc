@@ -8,8 +8,12 @@
 namespace bench {
 namespace {
 
+[[noreturn, gnu::noinline]] void Fail(int result, const char* what) {
+  throw std::runtime_error(std::string(what) + ": " + mdb_strerror(result));
+}
+
 void Require(int result, const char* what) {
-  if (result != MDB_SUCCESS) throw std::runtime_error(std::string(what) + ": " + mdb_strerror(result));
+  if (result != MDB_SUCCESS) Fail(result, what);
 }
 
 MDB_val Value(std::string_view bytes) { return {bytes.size(), const_cast<char*>(bytes.data())}; }

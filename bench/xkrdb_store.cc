@@ -10,9 +10,12 @@
 namespace bench {
 namespace {
 
+[[noreturn, gnu::noinline]] void Fail(MDbStatus status, const char* what) {
+  throw std::runtime_error(fmt::format("{}: status {}", what, static_cast<uint32_t>(status)));
+}
+
 void Require(MDbStatus status, const char* what) {
-  if (status != MDbStatusOk)
-    throw std::runtime_error(fmt::format("{}: status {}", what, static_cast<uint32_t>(status)));
+  if (status != MDbStatusOk) Fail(status, what);
 }
 
 using Pointers = std::array<const MDbChar*, kFieldCount>;
