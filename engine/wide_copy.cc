@@ -7,24 +7,34 @@
 
 namespace mdb {
 
-// Short texts in steps without a call, of which the last ones may begin within those before: as many for texts of many
-// lengths, so that a processor foresees them.
+template <size_t kStep>
+static void CopyStep(const MDbChar* source, size_t begin, MDbChar* destination) {
+  std::copy_n(source + begin, kStep, destination + begin);
+}
+
+// Four steps, which begin within each other where there is less to copy.
+template <size_t kStep>
+static void CopyFourSteps(const MDbChar* source, size_t count, MDbChar* destination) {
+  const size_t last = count - kStep;
+  CopyStep<kStep>(source, 0, destination);
+  CopyStep<kStep>(source, std::min(kStep, last), destination);
+  CopyStep<kStep>(source, std::max(kStep, last) - kStep, destination);
+  CopyStep<kStep>(source, last, destination);
+}
+
+// At least one unit. Short texts without a call, and as many steps for texts of many lengths, so that a processor need
+// not foresee how long each is.
 static void CopyUnits(const MDbChar* source, size_t count, MDbChar* destination) {
-  constexpr size_t kStep = 8;
-  const auto copy_both_ends = [&]<size_t kUnits>(size_t inwards) {
-    const size_t last = count - kUnits - inwards;
-    std::copy_n(source + inwards, kUnits, destination + inwards);
-    std::copy_n(source + last, kUnits, destination + last);
-  };
-  if (count > 4 * kStep) {
+  if (count > 32) {
     std::copy_n(source, count, destination);
-  } else if (count >= kStep) {
-    if (count > 2 * kStep) copy_both_ends.operator()<kStep>(kStep);
-    copy_both_ends.operator()<kStep>(0);
-  } else if (count >= kStep / 2) {
-    copy_both_ends.operator()<kStep / 2>(0);
+  } else if (count > 16) {
+    CopyFourSteps<8>(source, count, destination);
+  } else if (count >= 4) {
+    CopyFourSteps<4>(source, count, destination);
   } else {
-    for (size_t i = 0; i < count; ++i) destination[i] = source[i];
+    CopyStep<1>(source, 0, destination);
+    CopyStep<1>(source, count / 2, destination);
+    CopyStep<1>(source, count - 1, destination);
   }
 }
 

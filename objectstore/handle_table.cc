@@ -22,7 +22,7 @@ HANDLE HandleTable::Add(std::unique_ptr<OpenDatabase> database) {
   OpenDatabase* const added = database.get();
   places_[index].database = std::move(database);
   const HANDLE handle = Occupy(index, Use::kDatabase);
-  if (!added->auto_increment()) AtHandOf(handle) = {handle, added};
+  if (!added->auto_increment()) at_hand_[handle % kMostAtHand] = {handle, added};
   return handle;
 }
 
@@ -93,8 +93,8 @@ HANDLE HandleTable::Occupy(size_t index, Use use) {
 
 void HandleTable::Empty(size_t index, Use use) {
   Place& place = places_[index];
-  AtHand& at_hand = at_hand_[index % kMostAtHand];
-  if (at_hand.database == place.database.get()) at_hand = {};
+  const size_t at_hand = index % kMostAtHand;
+  if (at_hand_[at_hand].database == place.database.get()) at_hand_[at_hand] = NoneAt(at_hand);
   place.database.reset();
   place.enumeration.reset();
   place.use = use;

@@ -24,6 +24,9 @@ struct Enumeration {
 
 class HandleTable {
  public:
+  HandleTable() {
+    for (size_t i = 0; i < kMostAtHand; ++i) at_hand_[i] = NoneAt(i);
+  }
   HANDLE Add(std::unique_ptr<OpenDatabase> database);
   HANDLE Add(std::unique_ptr<Enumeration> enumeration);
 
@@ -38,7 +41,9 @@ class HandleTable {
   // that the database has to be looked for.
   OpenDatabase* DatabaseAtHand(HANDLE handle) const {
     const AtHand& place = at_hand_[handle % kMostAtHand];
-    return place.handle == handle ? place.database : nullptr;
+    if (place.handle != handle) return nullptr;
+    if (place.database == nullptr) __builtin_unreachable();  // so that nobody looks again
+    return place.database;
   }
 
   // The handle was taken away together with its volume.
@@ -75,10 +80,12 @@ class HandleTable {
 
   static constexpr size_t kMostAtHand = 32;
   struct AtHand {
-    HANDLE handle = 0;
-    OpenDatabase* database = nullptr;
+    HANDLE handle;
+    OpenDatabase* database;
   };
-  AtHand& AtHandOf(HANDLE handle) { return at_hand_[handle % kMostAtHand]; }
+
+  // No handle that belongs there has this number.
+  static constexpr AtHand NoneAt(size_t place) { return {static_cast<HANDLE>(place ^ 1), nullptr}; }
 
   std::array<AtHand, kMostAtHand> at_hand_;  // by the last bits of their numbers
   std::vector<Place> places_;

@@ -44,7 +44,7 @@ class OpenDatabase {
     const size_t position = static_cast<uint32_t>(value);
     if (type != CEDB_SEEK_BEGINNING || position >= database_.records().size()) return false;
     if (!IsSettled() || state_ == State::kInGap) return false;
-    const Record* const record = At(position);
+    const Record* const record = order_ != nullptr ? SettledOrder().At(position) : database_.RecordAt(position);
     record->Prefetch();
     state_ = State::kAtRecord;
     automatic_ = false;

@@ -93,16 +93,14 @@ Status ReadAsked(const Record& record, const ReadRequest& request, size_t& hint)
 }
 
 // What a read at once begins with takes no room on the stack, since most reads end with it: they ask for a size.
-[[gnu::noinline]] CEOID DeliverTexts(const Record& record, size_t first, size_t count, BYTE* block) {
-  BlockWriter writer(block, count);
-  record.AddTextsTo(writer, first, count);
+[[gnu::noinline]] CEOID DeliverTexts(const Record& record, size_t first, size_t count, BYTE* block, size_t bytes) {
+  record.PutTexts(first, count, block, bytes);
   return record.oid();
 }
 
 [[gnu::noinline]] CEOID DeliverOne(const Record& record, size_t index, BYTE* block) {
-  if (!record.IsTextAt(index)) return DeliverNeighbours(record, index, 1, block);
-  BlockWriter writer(block, 1);
-  record.AddTextsTo(writer, index, 1);
+  if (!record.HasShortTextAt(index)) return DeliverNeighbours(record, index, 1, block);
+  record.PutShortText(index, block);
   return record.oid();
 }
 
@@ -132,7 +130,7 @@ BYTE* BlockWithRoom(BYTE** buffer, DWORD* size, size_t bytes) {
   const size_t bytes = ids != nullptr ? record.BlockBytesOfTexts(first, {ids, *count}) : 0;
   if (bytes == 0) return ReadAnyAtOnce(handle, count, ids, buffer, size);
   BYTE* const block = BlockWithRoom(buffer, size, bytes);
-  return block != nullptr ? DeliverTexts(record, first, *count, block) : 0;
+  return block != nullptr ? DeliverTexts(record, first, *count, block, bytes) : 0;
 }
 
 }  // namespace

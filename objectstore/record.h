@@ -95,13 +95,44 @@ class Record {
     }
   }
 
-  // The same for texts next to each other, in a block of nothing else.
-  [[gnu::always_inline]] void AddTextsTo(BlockWriter& writer, size_t first, size_t count) const {
+  // Fills a client's block of so many bytes with one short text.
+  bool HasShortTextAt(size_t index) const {
+    const Property& text = Properties()[index];
+    return IsShortText(text.length, text.form == Form::kNarrowText);
+  }
+  void PutShortText(size_t index, BYTE* block) const {
+    const Property& text = Properties()[index];
+    BYTE* const place = block + sizeof(CEPROPVAL);
+    WidenShortText(Bytes() + text.value, text.length, place);
+    BlockWriter::PutText(block, text.id, place);
+  }
+
+  // Fills a client's block of so many bytes with texts that stand next to each other, and nothing else. The last one
+  // comes first: each may spoil what stands before it.
+  [[gnu::always_inline]] void PutTexts(size_t first, size_t count, BYTE* block, size_t block_bytes) const {
+    static_assert(sizeof(CEPROPVAL) >= kBytesBeforeShortText && sizeof(Record) >= kBytesBeforeShortText);
     const uint8_t* const bytes = Bytes();
     const Property* const texts = Properties() + first;
-    for (const Property* text = texts; text != texts + count; ++text) {
-      writer.AddNextText(text->id, bytes + text->value, text->length, text->form == Form::kNarrowText);
+    const auto put = [&](const Property& text, BYTE* end) {
+      BYTE* const place = end - (size_t{text.length} + 1) * sizeof(WCHAR);
+      const uint8_t* const units = bytes + text.value;
+      const bool narrow = text.form == Form::kNarrowText;
+      if (IsShortText(text.length, narrow)) {
+        WidenShortText(units, text.length, place);
+      } else {
+        CopyUnits(units, text.length, narrow, place);
+        std::memset(end - sizeof(WCHAR), 0, sizeof(WCHAR));
+      }
+      return place;
+    };
+    const Property& last = texts[count - 1];
+    BYTE* const last_place = put(last, block + block_bytes);
+    BYTE* place = last_place;
+    for (size_t i = count - 1; i-- > 0;) {
+      place = put(texts[i], place);
+      BlockWriter::PutText(block + i * sizeof(CEPROPVAL), texts[i].id, place);
     }
+    BlockWriter::PutText(block + (count - 1) * sizeof(CEPROPVAL), last.id, last_place);  // what the first text spoiled
   }
 
   // What the value adds to a client's block that is so many bytes long.

@@ -110,15 +110,9 @@ class BlockWriter {
   // A text inside the store, of so many units.
   void AddText(CEPROPID id, const uint8_t* text, size_t units, bool narrow) {
     if (tail_ % alignof(WCHAR) != 0) AlignTail(alignof(WCHAR));
-    AddNextText(id, text, units, narrow);
-  }
-
-  // The same where nothing but texts has been added.
-  [[gnu::always_inline]] void AddNextText(CEPROPID id, const uint8_t* text, size_t units, bool narrow) {
     BYTE* const place = block_ + tail_;
-    // The property first: whoever reads the text's first units at once, together with what stands before them, need not
-    // wait for all of the text to be written.
-    PutPointer(id, reinterpret_cast<WCHAR*>(place));
+    PutText(block_ + next_, id, place);
+    next_ += sizeof(CEPROPVAL);
     CopyUnits(text, units, narrow, place);
     std::memset(place + units * sizeof(WCHAR), 0, sizeof(WCHAR));
     tail_ += (units + 1) * sizeof(WCHAR);
@@ -139,18 +133,18 @@ class BlockWriter {
   // The place of a property that the record does not have.
   void AddAbsent(CEPROPID id);
 
+  // A property whose text stands elsewhere in the block. Each member straight into its place: a copy of the whole would
+  // have to wait until they are all written.
+  static void PutText(BYTE* property, CEPROPID id, const BYTE* text) {
+    std::memset(property, 0, sizeof(CEPROPVAL));
+    std::memcpy(property + offsetof(CEPROPVAL, propid), &id, sizeof id);
+    std::memcpy(property + offsetof(CEPROPVAL, val), &text, sizeof text);
+  }
+
  private:
   BYTE* AddBlob(const Value& value);
   void AlignTail(size_t alignment);
 
-  // Each member straight into its place: a copy of the whole would have to wait until they are all written.
-  void PutPointer(CEPROPID id, const WCHAR* text) {
-    BYTE* const property = block_ + next_;
-    std::memset(property, 0, sizeof(CEPROPVAL));
-    std::memcpy(property + offsetof(CEPROPVAL, propid), &id, sizeof id);
-    std::memcpy(property + offsetof(CEPROPVAL, val), &text, sizeof text);
-    next_ += sizeof(CEPROPVAL);
-  }
   void Put(const CEPROPVAL& value) {
     std::memcpy(block_ + next_, &value, sizeof value);
     next_ += sizeof value;

@@ -24,30 +24,22 @@ void WidenStep(const uint8_t* narrow, uint8_t* to) {
 
 // The usual steps, for which a compiler's own vectors go through memory, or write in two pieces what will be read in
 // one.
-using Bytes = uint8_t __attribute__((vector_size(16)));
-using Halves = uint64_t __attribute__((vector_size(16)));
-
-constexpr bool kLowByteFirst = std::endian::native == std::endian::little;
-
 template <>
 inline void WidenStep<8>(const uint8_t* narrow, uint8_t* to) {
   uint64_t number = 0;
   std::memcpy(&number, narrow, sizeof number);
-  const auto bytes = reinterpret_cast<Bytes>(Halves{number, 0});
-  const Bytes first = kLowByteFirst ? bytes : Bytes{};
-  const Bytes second = kLowByteFirst ? Bytes{} : bytes;
-  const Bytes units = __builtin_shufflevector(first, second, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
-  std::memcpy(to, &units, sizeof units);
+  WidenEight(number, to);
 }
 
 template <>
 inline void WidenStep<16>(const uint8_t* narrow, uint8_t* to) {
-  Bytes bytes;
+  ByteVector bytes;
   std::memcpy(&bytes, narrow, sizeof bytes);
-  const Bytes first = kLowByteFirst ? bytes : Bytes{};
-  const Bytes second = kLowByteFirst ? Bytes{} : bytes;
-  const Bytes front = __builtin_shufflevector(first, second, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
-  const Bytes back =
+  const ByteVector first = kLowByteFirst ? bytes : ByteVector{};
+  const ByteVector second = kLowByteFirst ? ByteVector{} : bytes;
+  const ByteVector front =
+      __builtin_shufflevector(first, second, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+  const ByteVector back =
       __builtin_shufflevector(first, second, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
   std::memcpy(to, &front, sizeof front);
   std::memcpy(to + sizeof front, &back, sizeof back);
@@ -130,12 +122,12 @@ READS_WHOLE_BLOCKS inline WCHAR BitsOf(Block block) {
 
 // Sixteen units that fit into a byte each.
 inline void NarrowStep(const WCHAR* units, uint8_t* to) {
-  Bytes first;
-  Bytes second;
+  ByteVector first;
+  ByteVector second;
   std::memcpy(&first, units, sizeof first);
   std::memcpy(&second, units + sizeof first / sizeof(WCHAR), sizeof second);
-  Bytes step;
-  if constexpr (std::endian::native == std::endian::little) {
+  ByteVector step;
+  if constexpr (kLowByteFirst) {
     step = __builtin_shufflevector(first, second, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
   } else {
     step = __builtin_shufflevector(first, second, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
@@ -197,7 +189,7 @@ void CopyUnits(const uint8_t* text, size_t units, bool narrow, void* to) {
   if (units == 0) return;
   if (narrow) {
     Widen(text, units, bytes);
-  } else if constexpr (std::endian::native == std::endian::little) {
+  } else if constexpr (kLowByteFirst) {
     std::memcpy(bytes, text, units * sizeof(WCHAR));
   } else {
     for (size_t i = 0; i < units; ++i) {

@@ -49,7 +49,7 @@ MDbStatus LoadRecord(MDbEnv* env, MDbRef* ref, MDbDataTbl* table, MDbSchemaTbl* 
 }
 
 void ReleaseRecord(MDbDataRec* rec) {
-  MemFree(rec->block);
+  if (rec->block != nullptr) MemFree(rec->block);
   MDbDataRecInitialize(rec);
 }
 

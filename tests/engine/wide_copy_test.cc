@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 namespace {
@@ -31,6 +32,20 @@ TEST(CopyWideTruncated, CutsAtHalfTheSizeLessOneAndAlwaysTerminates) {
     EXPECT_EQ(buffer.substr(0, expected.size()), expected) << row.why;
     EXPECT_EQ(buffer[expected.size()], u'\0') << row.why;
     EXPECT_EQ(buffer[expected.size() + 1], u'~') << row.why << ": written past the terminator";
+  }
+}
+
+TEST(CopyWideTruncated, TextsOfEveryLengthAreCopiedWholeOrCutAndNoFurther) {
+  for (size_t length = 0; length < 80; ++length) {
+    std::u16string source;
+    for (size_t i = 0; i < length; ++i) source.push_back(static_cast<char16_t>(u'a' + i));
+    for (const size_t room : {size_t{0}, length / 2, length, length + 9}) {
+      std::u16string buffer(100, u'~');
+      mdb::CopyWideTruncated(static_cast<uint32_t>(2 * (room + 1)), source.c_str(), buffer.data());
+      const size_t copied = std::min(length, room);
+      const std::u16string expected = source.substr(0, copied) + u'\0' + std::u16string(99 - copied, u'~');
+      EXPECT_EQ(buffer, expected) << length << " units, room for " << room;
+    }
   }
 }
 

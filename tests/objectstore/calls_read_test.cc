@@ -247,6 +247,51 @@ TEST_F(Reads, BytesBehindTheBlockAreNotTouched) {
   for (size_t i = size; i < sizeof(space); i++) EXPECT_EQ(buffer[i], 0xCC) << i;
 }
 
+// Of one length behind the other, in a block that is as long as it must be: short texts are written from the last one
+// to the first, each over what stands before it.
+TEST_F(Reads, ListsOfTextsOfAllLengthsFillTheirBlockAndNothingElse) {
+  const size_t kLengths[] = {0, 1, 3, 6, 7, 8, 9, 14, 15, 16, 17, 40};
+  const auto text_of = [](size_t length, WCHAR first) {
+    std::u16string text;
+    for (size_t i = 0; i < length; ++i) text.push_back(static_cast<WCHAR>(first + i));
+    return text;
+  };
+  for (const size_t one : kLengths) {
+    for (const size_t two : kLengths) {
+      for (const WCHAR first : {u'A', u'\u3041'}) {
+        SCOPED_TRACE(testing::Message() << one << ", " << two << ", " << static_cast<uint32_t>(first));
+        const std::u16string texts[] = {text_of(one, u'a'), text_of(two, first), text_of(5, u'0')};
+        Make({I4(1, 7), Text(2, texts[0].c_str()), Text(3, texts[1].c_str()), Text(4, texts[2].c_str())});
+        const CEPROPID ids[] = {Prop(2, CEVT_LPWSTR), Prop(3, CEVT_LPWSTR), Prop(4, CEVT_LPWSTR)};
+        for (WORD count = 1; count <= 3; ++count) {
+          size_t bytes = count * sizeof(CEPROPVAL);
+          for (size_t i = 0; i < count; ++i) bytes += (texts[i].size() + 1) * sizeof(WCHAR);
+          constexpr size_t kGuard = 32;
+          std::vector<BYTE> memory(bytes + 2 * kGuard, 0xCC);
+          BYTE* block = memory.data() + kGuard;
+          DWORD size = 0;
+          WORD asked = count;
+          BYTE* none = nullptr;
+          EXPECT_REFUSED(CeReadRecordPropsEx(handle_, 0, &asked, ids, &none, &size, 0), ERROR_INSUFFICIENT_BUFFER);
+          ASSERT_EQ(size, bytes);
+          ASSERT_NE(CeReadRecordPropsEx(handle_, 0, &asked, ids, &block, &size, 0), 0u);
+          const auto* values = reinterpret_cast<const CEPROPVAL*>(block);
+          const BYTE* place = block + count * sizeof(CEPROPVAL);
+          for (size_t i = 0; i < count; ++i) {
+            EXPECT_EQ(values[i].propid, ids[i]);
+            EXPECT_EQ(values[i].wLenData | values[i].wFlags, 0);
+            EXPECT_EQ(reinterpret_cast<const BYTE*>(values[i].val.lpwstr), place);
+            EXPECT_EQ(memcmp(place, texts[i].c_str(), (texts[i].size() + 1) * sizeof(WCHAR)), 0) << i;
+            place += (texts[i].size() + 1) * sizeof(WCHAR);
+          }
+          EXPECT_EQ(std::count(memory.begin(), memory.begin() + kGuard, 0xCC), ptrdiff_t{kGuard});
+          EXPECT_EQ(std::count(memory.end() - kGuard, memory.end(), 0xCC), ptrdiff_t{kGuard});
+        }
+      }
+    }
+  }
+}
+
 TEST_F(Reads, OneBlockServesManyReadsAndIsFreedOnce) {
   const WCHAR* const kTexts[] = {u"a", u"abcdefghijklmnopqrstuvwxyz", u"", u"abc"};
   for (const WCHAR* text : kTexts) Write(handle_, 0, {Text(2, text)});

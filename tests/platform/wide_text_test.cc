@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "last_units.h"
 
@@ -155,6 +156,20 @@ TEST(WideText, ALengthEndsAtTheFirstZero) {
       text[units] = 0;
       std::fill_n(text + units + 1, behind, WCHAR{0xFFFF});
       ASSERT_EQ(wcslen(text), units) << behind << " units behind";
+    }
+  }
+}
+
+TEST(WideText, ALengthIsTheSameWhereverInAPageTheTextBegins) {
+  constexpr size_t kPageUnits = 4096 / sizeof(WCHAR);
+  std::vector<WCHAR> memory(3 * kPageUnits, WCHAR{0});
+  const size_t to_page = kPageUnits - reinterpret_cast<uintptr_t>(memory.data()) / sizeof(WCHAR) % kPageUnits;
+  for (size_t before = 0; before < 70; ++before) {
+    WCHAR* const text = memory.data() + to_page + kPageUnits - before;
+    for (size_t units = 0; units < 150; ++units) {
+      std::fill_n(text, units, WCHAR{0x0100});
+      ASSERT_EQ(wcslen(text), units) << before << " units before a page";
+      std::fill_n(text, units, WCHAR{0});
     }
   }
 }
