@@ -30,6 +30,12 @@ Status WithDatabase(HANDLE handle, Body body) {
   return Report(status) ? found : 0;
 }
 
+[[gnu::noinline]] CEOID SeekFirstEqual(HANDLE database, OpenDatabase& open, DWORD_PTR value, DWORD* index) {
+  CEOID found = 0;
+  return open.SeekFirstEqualAgain(value, found, index) ? found
+                                                       : Seek(database, CEDB_SEEK_VALUEFIRSTEQUAL, value, index);
+}
+
 // There is one heap, so that results cannot come from another.
 [[gnu::noinline]] CEOID Read(HANDLE database, DWORD flags, WORD* count, const CEPROPID* ids, BYTE** buffer, DWORD* size,
                              HANDLE heap) {
@@ -46,7 +52,9 @@ Status WithDatabase(HANDLE handle, Body body) {
 CEOID CeSeekDatabase(HANDLE database, DWORD type, DWORD_PTR value, DWORD* index) {
   OpenDatabase* const open = objectstore::DatabaseAtHand(database);
   CEOID found = 0;
-  return open != nullptr && open->SeekAtOnce(type, value, found, index) ? found : Seek(database, type, value, index);
+  if (open == nullptr) return Seek(database, type, value, index);
+  if (type == CEDB_SEEK_VALUEFIRSTEQUAL) return SeekFirstEqual(database, *open, value, index);
+  return open->SeekAtOnce(type, value, found, index) ? found : Seek(database, type, value, index);
 }
 
 CEOID CeReadRecordPropsEx(HANDLE database, DWORD flags, WORD* count, const CEPROPID* ids, BYTE** buffer, DWORD* size,

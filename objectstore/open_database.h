@@ -52,6 +52,18 @@ class OpenDatabase {
     return Found(found, index);
   }
 
+  // That to the first of equal numbers, if it is where it was the last time that it was looked for; likewise.
+  bool SeekFirstEqualAgain(DWORD_PTR value, CEOID& found, DWORD* index) {
+    const auto* const number = reinterpret_cast<const CEPROPVAL*>(value);
+    if (!IsUsualKey(number) || !order_->settled() || state_ == State::kInGap) return false;
+    const Record* const record = order_->FirstEqualAt(first_equal_, order_->KeyOfUnsigned(number->val.ulVal));
+    if (record == nullptr) return false;
+    state_ = State::kAtRecord;
+    automatic_ = false;
+    StandOn(*record, first_equal_);
+    return Found(found, index);
+  }
+
   // Those to the first of equal numbers and by identifier, as long as they only have to look and there is such a
   // record; likewise.
   bool SeekByLooking(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index) {
@@ -126,14 +138,11 @@ class OpenDatabase {
     SetLastError(static_cast<DWORD>(Status::kSeek));
     return true;
   }
-  // Often the same number as the last time.
   const Record* FirstEqual(const CEPROPVAL* value, size_t& position) {
     if (!IsUsualKey(value) || !order_->settled()) return nullptr;
     const SortKey key = order_->KeyOfUnsigned(value->val.ulVal);
-    const Record* again = order_->FirstEqualAt(first_equal_, key);
-    if (again == nullptr) first_equal_ = order_->FirstNotBefore(key);
-    position = first_equal_;
-    return again != nullptr ? again : order_->EqualAt(position, key);
+    position = first_equal_ = order_->FirstNotBefore(key);
+    return order_->EqualAt(position, key);
   }
   bool Found(CEOID& found, DWORD* index) const {
     found = oid_;

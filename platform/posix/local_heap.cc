@@ -86,12 +86,15 @@ constexpr size_t kFewSteps = 8;
 // By the C library: compilers that know how few bytes it is at most take an instruction that is slow to begin.
 [[gnu::noipa]] void ClearBytes(void* memory, size_t bytes) { std::memset(memory, 0, bytes); }
 
-// Few steps take no call.
+// At least one. Few steps take no call.
 [[gnu::always_inline]] inline void ClearSteps(void* memory, size_t steps) {
   if (steps > kFewSteps) return ClearBytes(memory, steps * kStepBytes);
   auto* bytes = static_cast<char*>(memory);
-  for (const char* const end = bytes + steps * kStepBytes; bytes != end; bytes += kStepBytes)
+  const char* const end = bytes + steps * kStepBytes;
+  do {
     std::memset(bytes, 0, kStepBytes);
+    bytes += kStepBytes;
+  } while (bytes != end);
 }
 
 // Whole steps of memory as a block of the size that was asked for.
