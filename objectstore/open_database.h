@@ -44,8 +44,9 @@ class OpenDatabase {
     const size_t position = static_cast<uint32_t>(value);
     if (type != CEDB_SEEK_BEGINNING || position >= database_.records().size()) return false;
     if (!IsSettled() || state_ == State::kInGap) return false;
-    const Record* const record = order_ != nullptr ? SettledOrder().At(position) : database_.RecordAt(position);
-    record->Prefetch();
+    const Record* next = nullptr;
+    const Record* const record = order_ != nullptr ? SettledOrder().At(position, next) : database_.RecordAt(position);
+    (next != nullptr && position == position_ + 1 ? next : record)->Prefetch();
     state_ = State::kAtRecord;
     automatic_ = false;
     StandOn(*record, position);

@@ -61,6 +61,13 @@ class SortOrder {
     return absent_[position < begin ? position : position - present_.size()];
   }
 
+  // The same; next becomes the record behind it, if that is at hand.
+  Record* At(size_t position, const Record*& next) const {
+    if (!absent_.empty()) return At(position);
+    if (position + 1 < present_.size()) next = present_[position + 1].record;
+    return present_[position].record;
+  }
+
   // Where the record stands, or would stand: the number of records before it. Its key must have been prepared.
   size_t PositionOf(const Record& record) const;
 
