@@ -92,7 +92,6 @@ Status ReadAsked(const Record& record, const ReadRequest& request, size_t& hint)
                                   : ReadSelected(record, request, hint);
 }
 
-// What a read at once begins with takes no room on the stack, since most reads end with it: they ask for a size.
 [[gnu::noinline]] CEOID DeliverTexts(const Record& record, size_t first, size_t count, BYTE* block, size_t bytes) {
   record.PutTexts(first, count, block, bytes);
   return record.oid();
@@ -135,7 +134,8 @@ BYTE* BlockWithRoom(BYTE** buffer, DWORD* size, size_t bytes) {
 
 }  // namespace
 
-// The usual reads are of one property, and of texts that stand next to each other.
+// The usual reads are of one property, and of texts that stand next to each other. What they begin with takes no room on
+// the stack, since most end with it: they ask for a size.
 CEOID ReadAtOnce(OpenDatabase& handle, WORD* count, const CEPROPID* ids, BYTE** buffer, DWORD* size) noexcept {
   const Record& record = handle.KnownRecord();
   const size_t index = handle.property_hint;
