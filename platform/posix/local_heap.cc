@@ -83,12 +83,15 @@ bool Keep(BlockHead* head) {
 
 constexpr size_t kFewSteps = 8;
 
-// By the C library: compilers that know how few bytes it is at most take an instruction that is slow to begin.
-[[gnu::noipa]] void ClearBytes(void* memory, size_t bytes) { std::memset(memory, 0, bytes); }
+// A compiler that knows how few bytes it is at most would take an instruction that is slow to begin.
+void* (*const volatile memset_of_the_library)(void*, int, size_t) = std::memset;
 
 // At least one. Few steps take no call.
 [[gnu::always_inline]] inline void ClearSteps(void* memory, size_t steps) {
-  if (steps > kFewSteps) return ClearBytes(memory, steps * kStepBytes);
+  if (steps > kFewSteps) {
+    memset_of_the_library(memory, 0, steps * kStepBytes);
+    return;
+  }
   auto* bytes = static_cast<char*>(memory);
   const char* const end = bytes + steps * kStepBytes;
   do {
