@@ -24,7 +24,9 @@ Status WithDatabase(HANDLE handle, Body body) {
 [[gnu::noinline]] CEOID Seek(HANDLE database, DWORD type, DWORD_PTR value, DWORD* index) {
   CEOID found = 0;
   OpenDatabase* const at_hand = objectstore::DatabaseAtHand(database);
-  if (at_hand != nullptr && at_hand->SeekByLooking(type, value, found, index)) return found;
+  const auto oid = static_cast<CEOID>(value);
+  if (type == CEDB_SEEK_CEOID && at_hand != nullptr && at_hand->SeekIdentifierByLooking(oid, found, index))
+    return found;
   const Status status =
       WithDatabase(database, [&](OpenDatabase& open) { return open.Seek(type, value, found, index); });
   return Report(status) ? found : 0;

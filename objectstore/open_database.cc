@@ -99,14 +99,6 @@ int64_t OpenDatabase::PositionBehindNoRecord() const {
   return static_cast<int64_t>(state_ == State::kAtEnd ? count() : PositionOf(*gap_));
 }
 
-void OpenDatabase::MoveToEnd() {
-  state_ = State::kAtEnd;
-  automatic_ = false;
-  oid_ = 0;
-  generation_ = 0;
-  if (gap_) gap_ = RecordRef();
-}
-
 Status OpenDatabase::LeaveOrder() {
   MoveToEnd();
   return Status::kSeek;
@@ -152,6 +144,7 @@ Status OpenDatabase::SeekValue(DWORD type, const CEPROPVAL* value) {
   const size_t first = order.FirstNotBefore(key);
   switch (type) {
     case CEDB_SEEK_VALUEFIRSTEQUAL:
+      first_equal_ = first;
       return SeekEqual(order, first, key);
     case CEDB_SEEK_VALUEGREATER:
       return MoveTo(first < order.present_end() ? static_cast<int64_t>(first) : -1);

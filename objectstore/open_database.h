@@ -47,8 +47,6 @@ class OpenDatabase {
     const Record* next = nullptr;
     const Record* const record = order_ != nullptr ? SettledOrder().At(position, next) : database_.RecordAt(position);
     (next != nullptr && position == position_ + 1 ? next : record)->Prefetch();
-    state_ = State::kAtRecord;
-    automatic_ = false;
     StandOn(*record, position);
     return Found(found, index);
   }
@@ -59,25 +57,15 @@ class OpenDatabase {
     if (!IsUsualKey(number) || !order_->settled() || state_ == State::kInGap) return false;
     const Record* const record = order_->FirstEqualAt(first_equal_, order_->KeyOfUnsigned(number->val.ulVal));
     if (record == nullptr) return false;
-    state_ = State::kAtRecord;
-    automatic_ = false;
     StandOn(*record, first_equal_);
     return Found(found, index);
   }
 
-  // Those to the first of equal numbers and by identifier, as long as they only have to look and there is such a
-  // record; likewise.
-  bool SeekByLooking(DWORD type, DWORD_PTR value, CEOID& found, DWORD* index) {
-    size_t position = 0;
-    const Record* record = nullptr;
-    if (type == CEDB_SEEK_VALUEFIRSTEQUAL) {
-      record = FirstEqual(reinterpret_cast<const CEPROPVAL*>(value), position);
-    } else if (type == CEDB_SEEK_CEOID && database_.loaded() && IsSettled()) {
-      record = database_.Find(static_cast<CEOID>(value));
-      if (record != nullptr) position = PositionOf(*record);
-    }
+  // That by identifier, as long as it only has to look and there is such a record; likewise.
+  bool SeekIdentifierByLooking(CEOID oid, CEOID& found, DWORD* index) {
+    const Record* const record = database_.loaded() && IsSettled() ? database_.Find(oid) : nullptr;
     if (record == nullptr) return false;
-    MoveToRecord(*record, position);
+    MoveToRecord(*record, PositionOf(*record));
     return Found(found, index);
   }
 
@@ -132,18 +120,10 @@ class OpenDatabase {
   }
   bool LeaveAtOnce(CEOID& found) {
     if (!order_->settled()) return false;
-    state_ = State::kAtEnd;
-    oid_ = 0;
-    generation_ = 0;
+    StandAtEnd();
     found = 0;
     SetLastError(static_cast<DWORD>(Status::kSeek));
     return true;
-  }
-  const Record* FirstEqual(const CEPROPVAL* value, size_t& position) {
-    if (!IsUsualKey(value) || !order_->settled()) return nullptr;
-    const SortKey key = order_->KeyOfUnsigned(value->val.ulVal);
-    position = first_equal_ = order_->FirstNotBefore(key);
-    return order_->EqualAt(position, key);
   }
   bool Found(CEOID& found, DWORD* index) const {
     found = oid_;
@@ -175,19 +155,34 @@ class OpenDatabase {
   }
   int64_t PositionBehindNoRecord() const;
 
-  void MoveToEnd();
-  void MoveToRecord(CEOID oid) {
+  // The pointer is in no gap.
+  void StandAtEnd() {
+    state_ = State::kAtEnd;
+    automatic_ = false;
+    oid_ = 0;
+    generation_ = 0;
+  }
+  void LeaveGap() {
     if (state_ == State::kInGap) gap_ = RecordRef();
+  }
+  void MoveToEnd() {
+    LeaveGap();
+    StandAtEnd();
+  }
+  void MoveToRecord(CEOID oid) {
+    LeaveGap();
     state_ = State::kAtRecord;
     automatic_ = false;
     oid_ = oid;
     generation_ = 0;
   }
   void MoveToRecord(const Record& record, size_t position) {
-    MoveToRecord(record.oid());
+    LeaveGap();
     StandOn(record, position);
   }
   void StandOn(const Record& record, size_t position) {
+    state_ = State::kAtRecord;
+    automatic_ = false;
     oid_ = record.oid();
     record_ = &record;
     position_ = position;

@@ -14,13 +14,18 @@ Status AllocateBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
   return Status::kOk;
 }
 
+// Whether the client's block, if there is one, has room for so many bytes. The client learns their number either way.
+inline bool FindRoom(BYTE* const* buffer, DWORD* size, size_t bytes, BYTE*& block) {
+  block = buffer != nullptr ? *buffer : nullptr;
+  const size_t capacity = block != nullptr ? *size : 0;
+  *size = static_cast<DWORD>(bytes);
+  return bytes <= capacity;
+}
+
 // Makes the client's buffer hold so many bytes. What it holds on failure stays the client's. For no bytes there may be
 // no buffer: block is null then.
 inline Status ProvideBuffer(const ReadRequest& request, size_t bytes, BYTE*& block) {
-  block = request.buffer != nullptr ? *request.buffer : nullptr;
-  const size_t capacity = block != nullptr ? *request.size : 0;
-  *request.size = static_cast<DWORD>(bytes);
-  if (bytes <= capacity) return Status::kOk;
+  if (FindRoom(request.buffer, request.size, bytes, block)) return Status::kOk;
   return request.may_allocate ? AllocateBuffer(request, bytes, block) : Status::kInsufficientBuffer;
 }
 
@@ -103,12 +108,10 @@ Status ReadAsked(const Record& record, const ReadRequest& request, size_t& hint)
   return record.oid();
 }
 
-// The client's block if it has room for so many bytes; null otherwise, with the last error set.
+// The client's block if it has room for so many bytes, of which there are some; null otherwise, with the last error set.
 BYTE* BlockWithRoom(BYTE** buffer, DWORD* size, size_t bytes) {
-  BYTE* const block = buffer != nullptr ? *buffer : nullptr;
-  const bool has_room = block != nullptr && *size >= bytes;
-  *size = static_cast<DWORD>(bytes);
-  if (has_room) return block;
+  BYTE* block = nullptr;
+  if (FindRoom(buffer, size, bytes, block)) return block;
   SetLastError(ERROR_INSUFFICIENT_BUFFER);
   return nullptr;
 }
