@@ -221,7 +221,7 @@ VolumeHead Volume::RowFor(const VolumeHead& head) const {
 Status Volume::WriteChanges(const VolumeHead& head, const VolumeHead& row) {
   const Transaction transaction(*file_);
   STORE_TRY(file_->Begin());
-  if (++flushes_ == 2) file_->GrowSideFile();  // who flushes a second time will flush often
+  if (++flushes_ == 2) file_->MakeReadyForMore();  // who flushes a second time will flush often
   for (const CEOID oid : deleted_databases_) {
     STORE_TRY(file_->Delete(Table::kDatabase, oid, oid));
     STORE_TRY(file_->Delete(Table::kRecord, RowKey(oid, 0), RowKey(oid, kLastLowWord)));

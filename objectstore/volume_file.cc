@@ -123,8 +123,19 @@ Status VolumeFile::SyncDirectoryOnce() {
   return Status::kOk;
 }
 
-// Zeros are no frames of the log, so that it ends where it did. A failure is no harm: what was grown is given back, and
-// whoever writes there meets it again. This is for speed, and must not take the last blocks of a disk.
+// SQLite's parser takes as long as putting some rows, the longer the less of it a processor has at hand.
+void VolumeFile::MakeReadyForMore() {
+  GrowSideFile();
+  const Statement* statement = nullptr;
+  for (const Table table : {Table::kDatabase, Table::kRecord, Table::kPacked}) {
+    static_cast<void>(Prepared(QueryOf(kPut, table), statement));
+    static_cast<void>(Prepared(QueryOf(kDelete, table), statement));
+  }
+}
+
+// Gives the side file its usual size ahead of time: a sync of a file that does not grow is much cheaper. Zeros are no
+// frames of the log, so that it ends where it did. A failure is no harm: what was grown is given back, and whoever writes
+// there meets it again. This is for speed, and must not take the last blocks of a disk.
 void VolumeFile::GrowSideFile() const {
   constexpr uint64_t kUsualBytes = 1 << 20;
   constexpr size_t kStepBytes = 1 << 16;

@@ -57,8 +57,8 @@ class VolumeFile {
   // Makes the directory entry durable, if it may not be yet.
   Status SyncDirectoryOnce();
 
-  // Gives the side file its usual size ahead of time: a sync of a file that does not grow is much cheaper.
-  void GrowSideFile() const;
+  // To be called in a transaction, by whoever expects many more. What cannot be made ready now is made when it is needed.
+  void MakeReadyForMore();
 
   // Moves the side file's content into the main file once there is much of it.
   Status CheckpointWhenLong();
@@ -100,6 +100,7 @@ class VolumeFile {
   Status ReasonOf(Status status) const;
   Status ForEachSqlRow(Table table, int64_t first, int64_t last, const RowSink& sink);
   Status CheckStillThere() const;
+  void GrowSideFile() const;
   Status TakeUpLog();
   Status RememberSize();
   void RemoveEmptySideFile() const;
