@@ -17,6 +17,14 @@ void CopyText(const CEPROPVAL& property, MDbChar* destination, uint32_t size_byt
   if (IsPresent(property)) CopyWideTruncated(size_bytes, property.val.lpwstr, destination);
 }
 
+void PropertyBlock::CopyOnlyText(MDbChar* destination, uint32_t size_bytes) const {
+  const CEPROPVAL& property = properties()[0];
+  if (!IsPresent(property)) return;
+  const MDbChar* const text = property.val.lpwstr;
+  const auto* const end = reinterpret_cast<const MDbChar*>(static_cast<const BYTE*>(block_.data()) + size_bytes_);
+  CopyKnownTruncated(size_bytes, text, static_cast<size_t>(end - text) - 1, destination);
+}
+
 MDbStatus ReadProps(HANDLE database, std::span<const CEPROPID> ids, PropertyBlock* block, CEOID* oid) {
   return ReadPropsInPlace(database, ids, block, oid);
 }

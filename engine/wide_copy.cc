@@ -1,4 +1,4 @@
-// The one bounded copy of text into a caller's buffer.
+// The bounded copy of text into a caller's buffer.
 #include "wide_copy.h"
 
 #include <algorithm>
@@ -39,8 +39,12 @@ static void CopyUnits(const MDbChar* source, size_t count, MDbChar* destination)
 }
 
 void CopyWideTruncated(uint32_t size_bytes, const MDbChar* source, MDbChar* destination) {
+  CopyKnownTruncated(size_bytes, source, wcslen(source), destination);
+}
+
+void CopyKnownTruncated(uint32_t size_bytes, const MDbChar* source, size_t length, MDbChar* destination) {
   const int32_t room = static_cast<int32_t>(size_bytes / 2) - 1;
-  const int32_t count = std::min(static_cast<int32_t>(wcslen(source)), room);
+  const int32_t count = std::min(static_cast<int32_t>(length), room);
   if (count > 0) CopyUnits(source, static_cast<size_t>(count), destination);
   destination[count] = 0;
 }

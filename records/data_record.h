@@ -61,7 +61,7 @@ inline MDbStatus FieldSize(const MDbDataTbl& table, const MDbDataRec& rec, int16
                                                         MDbChar* text, uint32_t size) {
   PropertyBlock block;
   MDB_TRY(ReadOne(table, rec, RecPropField(field), &block));
-  if (block) CopyText(block[0], text, size);
+  if (block) block.CopyOnlyText(text, size);
   return MDbStatusOk;
 }
 
