@@ -43,7 +43,8 @@ inline void WidenEight(uint64_t narrow, uint8_t* to) {
 
 // A short narrow text with a zero behind it: always two pieces of eight units, so that a processor need not foresee how
 // long it is. The first may begin before the text, on either side: what stands in so many bytes before `to` is lost,
-// and as many before the text must be there to be read.
+// and as many before the text must be there to be read. It is written last: who reads the text begins there, and need
+// not wait for two pieces to become one.
 inline constexpr size_t kBytesBeforeShortText = 16;
 constexpr bool IsShortText(size_t units, bool narrow) { return narrow && units < 16; }
 inline void WidenShortText(const uint8_t* narrow, size_t units, uint8_t* to) {
@@ -54,8 +55,8 @@ inline void WidenShortText(const uint8_t* narrow, size_t units, uint8_t* to) {
   std::memcpy(&first, narrow + first_end - kPiece, sizeof first);
   std::memcpy(&last, narrow + units - kPiece, sizeof last);
   last = kLowByteFirst ? last >> 8 : last << 8;  // seven units and the zero
-  WidenEight(first, to + first_end * sizeof(WCHAR) - kPiece * sizeof(WCHAR));
   WidenEight(last, to + (units + 1) * sizeof(WCHAR) - kPiece * sizeof(WCHAR));
+  WidenEight(first, to + first_end * sizeof(WCHAR) - kPiece * sizeof(WCHAR));
 }
 
 // A client's units as narrow or wide bytes.
