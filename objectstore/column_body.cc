@@ -130,7 +130,7 @@ std::span<const uint8_t> EncodePacked(std::span<const RecordRef> records, uint64
     }
     uint32_t* const row = table.NextRow();
     row[0] = record.oid();
-    row[kRowsOfGroup] = record.NumberAt(index);
+    row[kColumnStep] = record.NumberAt(index);
     table.Take();
   }
   table.End();
@@ -174,7 +174,7 @@ std::span<const uint8_t> EncodeBlock(std::span<const RecordRef> records, uint64_
     records[std::min(i + kAhead, records.size() - 1)]->FetchNumberAt(width - 1);
     uint32_t* const row = table.NextRow();
     row[0] = records[i]->oid();
-    if (!records[i]->NumbersLike(first, row + kRowsOfGroup, kRowsOfGroup)) return {};
+    if (!records[i]->NumbersLike(first, row + kColumnStep, kColumnStep)) return {};
     table.Take();
   }
   table.End();

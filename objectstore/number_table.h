@@ -14,13 +14,15 @@ namespace objectstore {
 
 inline constexpr size_t kRowsOfGroup = 128;
 
+// A group's column, behind the last number of the group before, or 0. Column follows column.
+inline constexpr size_t kColumnStep = 1 + kRowsOfGroup;
+
 class NumberTableWriter {
  public:
-  NumberTableWriter(BodyWriter& writer, size_t columns)
-      : writer_(writer), cells_(columns * kRowsOfGroup), before_(columns) {}
+  NumberTableWriter(BodyWriter& writer, size_t columns) : writer_(writer), cells_(columns * kColumnStep) {}
 
-  // Where the next row's first number goes; that of each further column goes kRowsOfGroup behind. Then Take it.
-  uint32_t* NextRow() { return &cells_[rows_]; }
+  // Where the next row's first number goes; that of each further column goes kColumnStep behind. Then Take it.
+  uint32_t* NextRow() { return &cells_[1 + rows_]; }
   void Take() {
     if (++rows_ == kRowsOfGroup) WriteGroup();
   }
@@ -32,24 +34,21 @@ class NumberTableWriter {
   void WriteGroup();
 
   BodyWriter& writer_;
-  std::vector<uint32_t> cells_;   // column by column
-  std::vector<uint32_t> before_;  // the last row of the group before, or zeros
+  std::vector<uint32_t> cells_;
   size_t rows_ = 0;
 };
 
 class NumberTableReader {
  public:
-  NumberTableReader(BodyReader& reader, size_t columns)
-      : reader_(reader), cells_(columns * kRowsOfGroup), before_(columns) {}
+  NumberTableReader(BodyReader& reader, size_t columns) : reader_(reader), cells_(columns * kColumnStep) {}
 
   // Reads the next group; how many rows it has is returned, 0 behind the last one.
   size_t NextGroup();
-  uint32_t At(size_t row, size_t column) const { return cells_[column * kRowsOfGroup + row]; }
+  uint32_t At(size_t row, size_t column) const { return cells_[column * kColumnStep + 1 + row]; }
 
  private:
   BodyReader& reader_;
   std::vector<uint32_t> cells_;
-  std::vector<uint32_t> before_;
   bool at_end_ = false;
 };
 

@@ -207,16 +207,18 @@ class Record {
   void SetNumberAt(size_t index, uint32_t number) { Properties()[index].value = number; }
 
   // Puts the numbers of a record that has the same properties as another, all of them numbers of at most four bytes,
-  // into every so manyeth place; false if it has not.
+  // into every so manyeth place; false if it has not, and then they mean nothing.
   bool NumbersLike(const Record& other, uint32_t* to, size_t stride) const {
-    if (property_count_ != other.property_count_) return false;
+    const size_t count = property_count_;
+    if (count != other.property_count_) return false;
     const Property* const alike = other.Properties();
-    const Property* property = Properties();
-    for (size_t i = 0; i < property_count_; ++i, ++property, to += stride) {
-      if (property->id != alike[i].id) return false;
-      *to = property->value;
+    const Property* const properties = Properties();
+    CEPROPID different = 0;
+    for (size_t i = 0; i < count; ++i) {
+      different |= properties[i].id ^ alike[i].id;
+      to[i * stride] = properties[i].value;
     }
-    return true;
+    return different == 0;
   }
 
   // Whether both have the same property there, with the same value.

@@ -200,7 +200,7 @@ Bytes BlockOfEqualNumbers(uint32_t properties, uint32_t records) {
   for (CEOID oid = 1; oid <= records; ++oid) {
     uint32_t* const row = table.NextRow();
     row[0] = oid;
-    for (uint32_t i = 1; i <= properties; ++i) row[i * kRowsOfGroup] = 7;
+    for (uint32_t i = 1; i <= properties; ++i) row[i * kColumnStep] = 7;
     table.Take();
   }
   table.End();

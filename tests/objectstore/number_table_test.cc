@@ -21,7 +21,7 @@ std::span<const uint8_t> Packed(const Numbers& numbers, BodyWriter& writer) {
   for (size_t i = 0; i < numbers.size(); ++i) {
     uint32_t* const row = table.NextRow();
     row[0] = numbers[i];
-    row[kRowsOfGroup] = numbers[numbers.size() - 1 - i];
+    row[kColumnStep] = numbers[numbers.size() - 1 - i];
     table.Take();
   }
   table.End();
