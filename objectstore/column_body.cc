@@ -17,7 +17,7 @@ constexpr size_t kLargestBlockBytes = 1 << 20;
 constexpr size_t kMostProperties = CEDB_MAXRECORDSIZE / (2 * sizeof(uint32_t));
 
 // While one record is read, the memory of the one so many behind it is fetched.
-constexpr size_t kAhead = 16;
+constexpr size_t kAhead = 32;
 
 bool HoldsNumbersOnly(const Record& record) {
   for (size_t i = 0; i < record.property_count(); ++i) {

@@ -201,9 +201,10 @@ class Record {
 
   // Of a property that is a number of four bytes.
   uint32_t NumberAt(size_t index) const { return Properties()[index].value; }
-  void FetchNumberAt(size_t index) const {
+  void FetchNumberAt(size_t index) const {  // with what the record begins with: both will be needed soon
+    __builtin_prefetch(&oid_);
     __builtin_prefetch(&Properties()[index].value);
-  }  // which will be needed soon
+  }
   void SetNumberAt(size_t index, uint32_t number) { Properties()[index].value = number; }
 
   // Puts the numbers of a record that has the same properties as another, all of them numbers of at most four bytes,
