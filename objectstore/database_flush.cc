@@ -244,7 +244,7 @@ Status Database::WriteRows(VolumeFile& file, std::span<const CEPROPID> packed, u
   }
   for (const CEOID oid : deleted_records_) {
     LeaveBlock(oid);
-    STORE_TRY(file.Delete(Table::kRecord, RowKey(oid_, oid), RowKey(oid_, oid)));
+    STORE_TRY(file.Delete(Table::kRecord, RowKey(oid_, oid)));
   }
   return Status::kOk;
 }
@@ -267,7 +267,7 @@ Status Database::DropEmptyBlock(VolumeFile& file) {
   if (packed_after_flush_.block_flush == 0 || packed_after_flush_.in_block.count() != 0) return Status::kOk;
   packed_after_flush_.block_flush = 0;
   const int64_t key = RowKey(oid_, kBlockRow);
-  return file.Delete(Table::kPacked, key, key);
+  return file.Delete(Table::kPacked, key);
 }
 
 // A database that the file does not have yet, of many records of a few numbers each, such as an application's list of

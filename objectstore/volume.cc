@@ -223,9 +223,9 @@ Status Volume::WriteChanges(const VolumeHead& head, const VolumeHead& row) {
   STORE_TRY(file_->Begin());
   if (++flushes_ == 2) file_->MakeReadyForMore();  // who flushes a second time will flush often
   for (const CEOID oid : deleted_databases_) {
-    STORE_TRY(file_->Delete(Table::kDatabase, oid, oid));
-    STORE_TRY(file_->Delete(Table::kRecord, RowKey(oid, 0), RowKey(oid, kLastLowWord)));
-    STORE_TRY(file_->Delete(Table::kPacked, RowKey(oid, 0), RowKey(oid, kLastLowWord)));
+    STORE_TRY(file_->Delete(Table::kDatabase, oid));
+    STORE_TRY(file_->DeleteRange(Table::kRecord, RowKey(oid, 0), RowKey(oid, kLastLowWord)));
+    STORE_TRY(file_->DeleteRange(Table::kPacked, RowKey(oid, 0), RowKey(oid, kLastLowWord)));
   }
   for (const auto& database : databases_) {
     if (database->changed()) STORE_TRY(database->WriteChanges(*file_, head.flush, writer_));

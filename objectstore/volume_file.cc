@@ -11,10 +11,11 @@ namespace {
 
 // In the order of VolumeFile::Query.
 constexpr const char* kQueries[] = {
-    sql::kReadVolume, sql::kReadDatabases,   sql::kReadRecords,   sql::kReadPacked,    //
-    sql::kPutVolume,  sql::kPutDatabase,     sql::kPutRecord,     sql::kPutPacked,     //
-    nullptr,          sql::kDeleteDatabases, sql::kDeleteRecords, sql::kDeletePacked,  //
-    sql::kBegin,      sql::kCommit,          sql::kRollback,
+    sql::kReadVolume, sql::kReadDatabases,  sql::kReadRecords,       sql::kReadPacked,         //
+    sql::kPutVolume,  sql::kPutDatabase,    sql::kPutRecord,         sql::kPutPacked,          //
+    nullptr,          sql::kDeleteDatabase, sql::kDeleteRecord,      sql::kDeletePacked,       //
+    nullptr,          nullptr,              sql::kDeleteRecordRange, sql::kDeletePackedRange,  //
+    sql::kBegin,      sql::kCommit,         sql::kRollback,
 };
 
 // Beyond this many pages the side file is taken up into the main file: before it has to grow past its usual size.
@@ -93,10 +94,17 @@ Status VolumeFile::Put(Table table, int64_t key, std::span<const uint8_t> body) 
   return StatementUse(*statement).Bind(0, key).Bind(1, body).Run();
 }
 
-Status VolumeFile::Delete(Table table, int64_t first, int64_t last) {
+Status VolumeFile::Delete(Table table, int64_t key) {
   if (InFirstFlush()) return Status::kOk;  // there is nothing to delete
   const Statement* statement = nullptr;
   STORE_TRY(Prepared(QueryOf(kDelete, table), statement));
+  return StatementUse(*statement).Bind(0, key).Run();
+}
+
+Status VolumeFile::DeleteRange(Table table, int64_t first, int64_t last) {
+  if (InFirstFlush()) return Status::kOk;
+  const Statement* statement = nullptr;
+  STORE_TRY(Prepared(QueryOf(kDeleteRange, table), statement));
   return StatementUse(*statement).Bind(0, first).Bind(1, last).Run();
 }
 
@@ -127,9 +135,10 @@ Status VolumeFile::SyncDirectoryOnce() {
 void VolumeFile::MakeReadyForMore() {
   GrowSideFile();
   const Statement* statement = nullptr;
-  for (const Table table : {Table::kDatabase, Table::kRecord, Table::kPacked}) {
-    static_cast<void>(Prepared(QueryOf(kPut, table), statement));
-    static_cast<void>(Prepared(QueryOf(kDelete, table), statement));
+  for (const Query query : {kPut, kDelete, kDeleteRange}) {
+    for (const Table table : {Table::kDatabase, Table::kRecord, Table::kPacked}) {
+      if (kQueries[QueryOf(query, table)] != nullptr) static_cast<void>(Prepared(QueryOf(query, table), statement));
+    }
   }
 }
 

@@ -50,7 +50,8 @@ class VolumeFile {
 
   Status Begin();
   Status Put(Table table, int64_t key, std::span<const uint8_t> body);
-  Status Delete(Table table, int64_t first, int64_t last);
+  Status Delete(Table table, int64_t key);
+  Status DeleteRange(Table table, int64_t first, int64_t last);
   Status Commit();
   void Rollback();
 
@@ -109,7 +110,8 @@ class VolumeFile {
     kRead = 0,           // one for each table, in the order of Table
     kPut = 4,            // the same
     kDelete = 8,         // the same; the volume's row is never deleted
-    kBegin = 12,
+    kDeleteRange = 12,   // the same; and databases go one by one
+    kBegin = 16,
     kCommit,
     kRollback,
     kQueryCount

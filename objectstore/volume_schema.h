@@ -69,9 +69,12 @@ inline constexpr char kPutDatabase[] = "INSERT OR REPLACE INTO database(oid, bod
 inline constexpr char kPutRecord[] = "INSERT OR REPLACE INTO record(key, body) VALUES(?, ?)";
 inline constexpr char kPutPacked[] = "INSERT OR REPLACE INTO packed(key, body) VALUES(?, ?)";
 
-inline constexpr char kDeleteDatabases[] = "DELETE FROM database WHERE oid BETWEEN ? AND ?";
-inline constexpr char kDeleteRecords[] = "DELETE FROM record WHERE key BETWEEN ? AND ?";
-inline constexpr char kDeletePacked[] = "DELETE FROM packed WHERE key BETWEEN ? AND ?";
+inline constexpr char kDeleteDatabase[] = "DELETE FROM database WHERE oid = ?";
+inline constexpr char kDeleteRecord[] = "DELETE FROM record WHERE key = ?";
+inline constexpr char kDeletePacked[] = "DELETE FROM packed WHERE key = ?";
+
+inline constexpr char kDeleteRecordRange[] = "DELETE FROM record WHERE key BETWEEN ? AND ?";
+inline constexpr char kDeletePackedRange[] = "DELETE FROM packed WHERE key BETWEEN ? AND ?";
 
 }  // namespace sql
 
