@@ -1,4 +1,4 @@
-// Which vector instructions the passes over text may use.
+// Which vector instructions the passes over text, and over tables of numbers, may use.
 //
 // TEXT_VECTORS is 0 for none, 1 for those that the compiler is told every processor of its target has (SSE2), and 2 where
 // there is also a way by AVX2, taken if the processor that the program runs on has it. Every way gives the same answers;

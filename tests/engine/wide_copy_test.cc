@@ -45,6 +45,9 @@ TEST(CopyWideTruncated, TextsOfEveryLengthAreCopiedWholeOrCutAndNoFurther) {
       const size_t copied = std::min(length, room);
       const std::u16string expected = source.substr(0, copied) + u'\0' + std::u16string(99 - copied, u'~');
       EXPECT_EQ(buffer, expected) << length << " units, room for " << room;
+      std::u16string known(100, u'~');
+      mdb::CopyKnownTruncated(static_cast<uint32_t>(2 * (room + 1)), source.data(), length, known.data());
+      EXPECT_EQ(known, expected) << length << " units, whose number is known, room for " << room;
     }
   }
 }
