@@ -9,14 +9,14 @@ namespace objectstore {
 
 namespace {
 
-// In the order of VolumeFile::Query.
-constexpr const char* kQueries[] = {
-    sql::kReadVolume, sql::kReadDatabases,  sql::kReadRecords,       sql::kReadPacked,         //
-    sql::kPutVolume,  sql::kPutDatabase,    sql::kPutRecord,         sql::kPutPacked,          //
-    nullptr,          sql::kDeleteDatabase, sql::kDeleteRecord,      sql::kDeletePacked,       //
-    nullptr,          nullptr,              sql::kDeleteRecordRange, sql::kDeletePackedRange,  //
-    sql::kBegin,      sql::kCommit,         sql::kRollback,
+// Of each Table, in the order of VolumeFile::Query. The volume's row is never deleted; databases go one by one.
+constexpr const char* kTableQueries[][4] = {
+    {sql::kReadVolume, sql::kPutVolume, nullptr, nullptr},
+    {sql::kReadDatabases, sql::kPutDatabase, sql::kDeleteDatabase, nullptr},
+    {sql::kReadRecords, sql::kPutRecord, sql::kDeleteRecord, sql::kDeleteRecordRange},
+    {sql::kReadPacked, sql::kPutPacked, sql::kDeletePacked, sql::kDeletePackedRange},
 };
+constexpr const char* kOtherQueries[] = {sql::kBegin, sql::kCommit, sql::kRollback};
 
 // Beyond this many pages the side file is taken up into the main file: before it has to grow past its usual size.
 constexpr int kLongSideFilePages = 240;
@@ -137,7 +137,7 @@ void VolumeFile::MakeReadyForMore() {
   const Statement* statement = nullptr;
   for (const Query query : {kPut, kDelete, kDeleteRange}) {
     for (const Table table : {Table::kDatabase, Table::kRecord, Table::kPacked}) {
-      if (kQueries[QueryOf(query, table)] != nullptr) static_cast<void>(Prepared(QueryOf(query, table), statement));
+      if (TextOf(QueryOf(query, table)) != nullptr) static_cast<void>(Prepared(QueryOf(query, table), statement));
     }
   }
 }
@@ -214,11 +214,16 @@ void VolumeFile::RemoveEmptySideFile() const {
     static_cast<void>(Remove(side_file_));
 }
 
+const char* VolumeFile::TextOf(size_t query) {
+  return query < kBegin ? kTableQueries[query / kTableQueryCount][query % kTableQueryCount]
+                        : kOtherQueries[query - kBegin];
+}
+
 Status VolumeFile::Prepared(size_t query, const Statement*& statement) {
   std::unique_ptr<Statement>& place = statements_[query];
   if (place == nullptr) {
     auto prepared = std::make_unique<Statement>();
-    STORE_TRY(prepared->Prepare(connection_.get(), kQueries[query]));
+    STORE_TRY(prepared->Prepare(connection_.get(), TextOf(query)));
     place = std::move(prepared);
   }
   statement = place.get();

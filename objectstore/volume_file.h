@@ -107,17 +107,19 @@ class VolumeFile {
   void RemoveEmptySideFile() const;
 
   enum Query : size_t {  // places in statements_
-    kRead = 0,           // one for each table, in the order of Table
-    kPut = 4,            // the same
-    kDelete = 8,         // the same; the volume's row is never deleted
-    kDeleteRange = 12,   // the same; and databases go one by one
-    kBegin = 16,
+    kRead = 0,           // each of these for one table after the other
+    kPut,
+    kDelete,
+    kDeleteRange,
+    kTableQueryCount,
+    kBegin = 4 * kTableQueryCount,
     kCommit,
     kRollback,
     kQueryCount
   };
+  static size_t QueryOf(Query query, Table table) { return kTableQueryCount * static_cast<size_t>(table) + query; }
+  static const char* TextOf(size_t query);
   Status Prepared(size_t query, const Statement*& statement);
-  static size_t QueryOf(Query first, Table table) { return first + static_cast<size_t>(table); }
 
   FilePath path_;
   std::string side_file_;
