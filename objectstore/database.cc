@@ -56,14 +56,28 @@ Record* Database::Find(CEOID oid) const {
   return position < records_.size() && records_[position]->oid() == oid ? records_[position].get() : nullptr;
 }
 
+// Where nothing was deleted or created in between, identifiers are positions. Otherwise the search begins where the record
+// would stand if they were spread evenly: every record that is looked at has to be fetched from memory.
 size_t Database::PositionByIdentifier(CEOID oid) const {
   if (records_.empty() || oid > records_.back()->oid()) return records_.size();
-  // Where nothing was deleted or created in between, identifiers are positions.
-  const size_t guess = oid - records_.front()->oid();
-  if (guess < records_.size() && records_[guess]->oid() == oid) return guess;
-  const auto found = std::partition_point(records_.begin(), records_.end(),
-                                          [oid](const RecordRef& record) { return record->oid() < oid; });
-  return static_cast<size_t>(found - records_.begin());
+  const CEOID first = records_.front()->oid();
+  if (oid <= first) return 0;
+  const size_t distance = oid - first;
+  if (distance < records_.size() && records_[distance]->oid() == oid) return distance;
+  const auto is_before = [oid](const RecordRef& record) { return record->oid() < oid; };
+  const size_t last = records_.size() - 1;
+  size_t begin = static_cast<size_t>(uint64_t{distance} * last / (records_.back()->oid() - first));
+  size_t end = begin;
+  for (size_t step = 1; begin > 0 && !is_before(records_[begin]); step *= 2) {
+    end = begin;
+    begin -= std::min(step, begin);
+  }
+  for (size_t step = 1; end < last && is_before(records_[end]); step *= 2) {
+    begin = end;
+    end += std::min(step, last - end);
+  }
+  const auto at = [this](size_t position) { return records_.begin() + static_cast<ptrdiff_t>(position); };
+  return static_cast<size_t>(std::partition_point(at(begin), at(end), is_before) - records_.begin());
 }
 
 SortOrder* Database::OrderOn(CEPROPID property) {

@@ -186,6 +186,43 @@ TEST_F(Seeks, DeletedRecordIsNotFoundByItsIdentifier) {
   EXPECT_REFUSED(SeekTo(handle_, Record(20)), ERROR_SEEK);
 }
 
+TEST_F(Seeks, EveryIdentifierIsFoundOrNotWhateverIsMissingAroundIt) {
+  constexpr uint32_t kCount = 130;
+  const struct {
+    const char* what;
+    bool (*stays)(uint32_t);
+  } kPatterns[] = {
+      {"all", [](uint32_t) { return true; }},
+      {"every third", [](uint32_t i) { return i % 3 == 1; }},
+      {"all at first, then few", [](uint32_t i) { return i < 60 || i % 20 == 0; }},
+      {"few at first, then all", [](uint32_t i) { return i >= 70 || i % 20 == 0; }},
+      {"both ends", [](uint32_t i) { return i < 9 || i >= 121; }},
+      {"two neighbours", [](uint32_t i) { return i == 64 || i == 65; }},
+      {"the last", [](uint32_t i) { return i == kCount - 1; }},
+  };
+  const HANDLE handle = OpenDatabase(volume_, CreateDatabase(volume_, u"thinned out"));
+  for (const auto& pattern : kPatterns) {
+    SCOPED_TRACE(pattern.what);
+    for (const CEOID record : Order(handle)) EXPECT_EQ(CeDeleteRecord(handle, record), TRUE);
+    std::vector<CEOID> records(kCount);
+    for (CEOID& record : records) record = Write(handle, 0, {I4(1, 5)});
+    for (uint32_t i = 0; i < kCount; ++i) {
+      if (pattern.stays(i)) continue;
+      EXPECT_EQ(CeDeleteRecord(handle, records[i]), TRUE);
+    }
+    DWORD expected = 0;
+    for (uint32_t i = 0; i < kCount; ++i) {
+      DWORD index = 77;
+      if (pattern.stays(i)) {
+        EXPECT_EQ(CeSeekDatabase(handle, CEDB_SEEK_CEOID, records[i], &index), records[i]);
+        EXPECT_EQ(index, expected++);
+      } else {
+        EXPECT_REFUSED(CeSeekDatabase(handle, CEDB_SEEK_CEOID, records[i], &index), ERROR_SEEK);
+      }
+    }
+  }
+}
+
 TEST_F(Seeks, UnknownKindsOfSeekLeaveThePointer) {
   SeekTo(handle_, Record(30));
   CEPROPVAL value = I4(1, 10);
