@@ -18,6 +18,7 @@ GatheredWrites::GatheredWrites() : bytes_(new uint8_t[kRoomBytes]) {}
 void GatheredWrites::Begin(sqlite3_file* file) {
   count_ = 0;
   failure_ = SQLITE_OK;
+  is_synced_ = false;
   real_ = file->pMethods;
   methods_ = {*real_, this};
   methods_.io.xClose = Close;
@@ -37,6 +38,7 @@ GatheredWrites& GatheredWrites::Of(sqlite3_file* file) {
 
 int GatheredWrites::HandOver(sqlite3_file* file) {
   if (failure_ != SQLITE_OK || count_ == 0) return failure_;
+  is_synced_ = false;
   failure_ = real_->xWrite(file, bytes_.get(), count_, start_);
   count_ = 0;
   return failure_;
@@ -62,7 +64,10 @@ int GatheredWrites::Write(sqlite3_file* file, const void* bytes, int count, sqli
   const bool goes_on = offset == self.start_ + self.count_ && count <= kRoomBytes - self.count_;
   const int result = goes_on ? self.failure_ : self.HandOver(file);
   if (result != SQLITE_OK) return result;
-  if (count > kRoomBytes) return self.failure_ = self.real_->xWrite(file, bytes, count, offset);
+  if (count > kRoomBytes) {
+    self.is_synced_ = false;
+    return self.failure_ = self.real_->xWrite(file, bytes, count, offset);
+  }
   if (!goes_on) self.start_ = offset;
   std::memcpy(self.bytes_.get() + self.count_, bytes, static_cast<size_t>(count));
   self.count_ += count;
@@ -72,13 +77,17 @@ int GatheredWrites::Write(sqlite3_file* file, const void* bytes, int count, sqli
 int GatheredWrites::Truncate(sqlite3_file* file, sqlite3_int64 size) {
   GatheredWrites& self = Of(file);
   const int result = self.HandOver(file);
+  self.is_synced_ = false;
   return result == SQLITE_OK ? self.real_->xTruncate(file, size) : result;
 }
 
 int GatheredWrites::Sync(sqlite3_file* file, int flags) {
   GatheredWrites& self = Of(file);
-  const int result = self.HandOver(file);
-  return result == SQLITE_OK ? self.real_->xSync(file, flags) : result;
+  int result = self.HandOver(file);
+  if (result != SQLITE_OK || self.is_synced_) return result;
+  result = self.real_->xSync(file, flags);
+  self.is_synced_ = result == SQLITE_OK;
+  return result;
 }
 
 int GatheredWrites::FileSize(sqlite3_file* file, sqlite3_int64* size) {

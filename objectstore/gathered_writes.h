@@ -4,6 +4,8 @@
 // (G1) Nothing is asked of the file, read from it, cut or synced before it has what was gathered: a sync that succeeds
 //      is a sync of everything.
 // (G2) After a write that failed no write, cut or sync succeeds; what is in the file can still be read.
+// (G3) A file in which nothing has changed since a sync that succeeded is not synced again: SQLite begins a checkpoint
+//      with a sync of the log, though every commit has ended with one.
 #pragma once
 
 #include <sqlite3.h>
@@ -42,6 +44,7 @@ class GatheredWrites {
   int count_ = 0;
   sqlite3_int64 start_ = 0;
   int failure_ = SQLITE_OK;
+  bool is_synced_ = false;
 };
 
 }  // namespace objectstore

@@ -98,6 +98,39 @@ TEST_F(GatheredWritesTest, WhatWasGatheredIsInTheFileBeforeItIsReadMeasuredOrCut
   }
 }
 
+TEST_F(GatheredWritesTest, WhatIsSyncedIsNotSyncedAgain) {
+  Begin();
+  EXPECT_EQ(SyncNow(), SQLITE_OK);
+  EXPECT_EQ(Calls(), (List{"sync"})) << "nobody knows what was written before";
+  EXPECT_EQ(SyncNow(), SQLITE_OK);
+  EXPECT_EQ(Calls(), List());
+  EXPECT_EQ(Put(kFrame, kHeader), SQLITE_OK);
+  EXPECT_EQ(SyncNow(), SQLITE_OK);
+  EXPECT_EQ(Calls(), (List{"write 4120 at 32", "sync"}));
+  EXPECT_EQ(io().xTruncate(&file_.base, 0), SQLITE_OK);
+  EXPECT_EQ(SyncNow(), SQLITE_OK);
+  EXPECT_EQ(Calls(), (List{"cut", "sync"}));
+  const std::vector<uint8_t> large(1 << 17);
+  EXPECT_EQ(io().xWrite(&file_.base, large.data(), 1 << 17, 0), SQLITE_OK);
+  EXPECT_EQ(SyncNow(), SQLITE_OK);
+  EXPECT_EQ(Calls(), (List{"write 131072 at 0", "sync"}));
+  EXPECT_EQ(Put(kFrame, kHeader), SQLITE_OK);
+  EXPECT_EQ(io().xRead(&file_.base, bytes_, kHeader, 0), SQLITE_OK);
+  EXPECT_EQ(SyncNow(), SQLITE_OK);
+  EXPECT_EQ(Calls(), (List{"write 4120 at 32", "read", "sync"}));
+}
+
+TEST_F(GatheredWritesTest, ASyncThatFailedIsMadeAgain) {
+  Begin();
+  EXPECT_EQ(Put(kHeader, 0), SQLITE_OK);
+  EXPECT_EQ(io().xRead(&file_.base, bytes_, kHeader, 0), SQLITE_OK);
+  file_.failure = SQLITE_IOERR_FSYNC;
+  EXPECT_EQ(SyncNow(), SQLITE_IOERR_FSYNC);
+  file_.failure = SQLITE_OK;
+  EXPECT_EQ(SyncNow(), SQLITE_OK);
+  EXPECT_EQ(Calls(), (List{"write 32 at 0", "read", "sync", "sync"}));
+}
+
 TEST_F(GatheredWritesTest, AfterAWriteThatFailedNoSyncSucceeds) {
   Begin();
   EXPECT_EQ(Put(kHeader, 0), SQLITE_OK);
