@@ -267,10 +267,14 @@ Status Volume::NoteDamage(Status status) {
   return status;
 }
 
-Status Volume::Settle() {
+Status Volume::Settle() { return SettleBy(&VolumeFile::Settle); }
+
+Status Volume::SettleForCertain() { return SettleBy(&VolumeFile::SettleForCertain); }
+
+Status Volume::SettleBy(Status (VolumeFile::*settle)()) {
   if (file_ == nullptr || damaged_) return Status::kOk;
   if (!poisoned() && !(row_ == head_)) STORE_TRY(Poison(WriteExactRow()));
-  return Poison(file_->Settle());
+  return Poison((file_.get()->*settle)());
 }
 
 }  // namespace objectstore

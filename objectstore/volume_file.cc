@@ -176,6 +176,16 @@ Status VolumeFile::Settle() {
   const Status there = CheckStillThere();
   STORE_TRY(there == Status::kCorrupt ? there : Status::kOk);
   if (there != Status::kOk) return Status::kOk;  // the names beside it may belong to another file by now
+  return SettleWhatIsThere();
+}
+
+Status VolumeFile::SettleForCertain() {
+  if (!IsOfThisProcess()) return Status::kSharingViolation;
+  STORE_TRY(CheckStillThere());
+  return SettleWhatIsThere();
+}
+
+Status VolumeFile::SettleWhatIsThere() {
   if (resting_) return SettleAtRest();
   STORE_TRY(TakeUpLog());
   STORE_TRY(StatusOfSqlite(sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr)));

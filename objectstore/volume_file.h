@@ -64,8 +64,12 @@ class VolumeFile {
   // Moves the side file's content into the main file once there is much of it.
   Status CheckpointWhenLong();
 
-  // Moves all of it; then the object's end leaves one file. Without it, the object's end leaves both as they are.
+  // Moves all of it; then the object's end leaves one file. Without it, the object's end leaves both as they are; so it
+  // does when the file is not under its name any more, which is no failure.
   Status Settle();
+
+  // The same for whoever will take the side file away: a file that is not seen under its name is a failure.
+  Status SettleForCertain();
 
   bool IsOfThisProcess() const;
   const FileIdentity& identity() const { return identity_; }
@@ -97,6 +101,7 @@ class VolumeFile {
   Status BeginFirstFlush();
   Status EndFirstFlush();
   Status CheckSeesFirstFlush();
+  Status SettleWhatIsThere();
   Status SettleAtRest();
   Status ReasonOf(Status status) const;
   Status ForEachSqlRow(Table table, int64_t first, int64_t last, const RowSink& sink);

@@ -551,4 +551,33 @@ TEST_F(StoreFaults, RoomThatCannotBeMadeInTheLogAheadOfTimeIsNoFailure) {
   EXPECT_EQ(ContentOfFile(), content);
 }
 
+// A replacement removes the log of the volume that gives way. Were it not taken up, since the file could not be looked at,
+// and were the renaming to fail as well, what was flushed would be gone.
+TEST_F(StoreFaults, AReplacementFailsWhenTheOldFileCannotBeLookedAt) {
+  for (long at = 0;; ++at) {
+    SCOPED_TRACE(at);
+    world_ = World();
+    world_.path = Path().u16string();
+    fs::remove(Path());
+    StartWithLog();
+    const std::string content = Content();
+    EXPECT_FALSE(DoWith(At(Failure::kDevice, Operation::kSync), UnmountStep()));
+    EXPECT_TRUE(Do(UnmountStep())) << error_;
+    ASSERT_TRUE(fs::exists(SideFile()));
+    faults::Arm(At(Failure::kDenied, Operation::kStatus, at));
+    const bool done = Do(MountStep(TRUNCATE_EXISTING));
+    if (!faults::Disarm().struck()) {
+      EXPECT_TRUE(done) << error_;
+      EXPECT_GE(at, 4);
+      ASSERT_TRUE(Do(UnmountStep())) << error_;
+      return;
+    }
+    ASSERT_FALSE(done);
+    EXPECT_EQ(error_, static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    ASSERT_TRUE(Do(MountStep(OPEN_EXISTING))) << error_;
+    EXPECT_TRUE(Content() == content || Content().empty()) << "neither the old volume nor the new one: " << Content();
+    ASSERT_TRUE(Do(UnmountStep())) << error_;
+  }
+}
+
 }  // namespace
