@@ -21,7 +21,7 @@ void PropertyBlock::CopyOnlyText(MDbChar* destination, uint32_t size_bytes) cons
   const CEPROPVAL& property = properties()[0];
   if (!IsPresent(property)) return;
   const MDbChar* const text = property.val.lpwstr;
-  const auto* const end = reinterpret_cast<const MDbChar*>(static_cast<const BYTE*>(block_.data()) + size_bytes_);
+  const auto* const end = reinterpret_cast<const MDbChar*>(static_cast<const BYTE*>(block_.data()) + block_bytes_);
   CopyKnownTruncated(size_bytes, text, static_cast<size_t>(end - text) - 1, destination);
 }
 

@@ -91,7 +91,7 @@ class PropertyBlock {
  private:
   friend MDbStatus ReadPropsInPlace(HANDLE database, std::span<const CEPROPID> ids, PropertyBlock* block, CEOID* oid);
   LocalBlock block_;
-  uint32_t size_bytes_ = 0;
+  uint32_t block_bytes_ = 0;
 };
 
 // Asks for the size of a read of these properties from the current record. The platform must refuse the read for want
@@ -125,7 +125,7 @@ MDbStatus ReadProps(HANDLE database, std::span<const CEPROPID> ids, PropertyBloc
   if (read_oid == 0) return MDbStatusOk;
   if (oid != nullptr) *oid = read_oid;
   block->block_ = std::move(memory);
-  block->size_bytes_ = size_bytes;
+  block->block_bytes_ = size_bytes;
   return MDbStatusOk;
 }
 

@@ -56,28 +56,19 @@ Record* Database::Find(CEOID oid) const {
   return position < records_.size() && records_[position]->oid() == oid ? records_[position].get() : nullptr;
 }
 
-// Where nothing was deleted or created in between, identifiers are positions. Otherwise the search begins where the record
-// would stand if they were spread evenly: every record that is looked at has to be fetched from memory.
+// Were there a record for each identifier between the first and the last, a record would stand as far behind the first as
+// its identifier does. It stands at most so many places before that as identifiers have none.
 size_t Database::PositionByIdentifier(CEOID oid) const {
   if (records_.empty() || oid > records_.back()->oid()) return records_.size();
   const CEOID first = records_.front()->oid();
   if (oid <= first) return 0;
   const size_t distance = oid - first;
-  if (distance < records_.size() && records_[distance]->oid() == oid) return distance;
-  const auto is_before = [oid](const RecordRef& record) { return record->oid() < oid; };
   const size_t last = records_.size() - 1;
-  size_t begin = static_cast<size_t>(uint64_t{distance} * last / (records_.back()->oid() - first));
-  size_t end = begin;
-  for (size_t step = 1; begin > 0 && !is_before(records_[begin]); step *= 2) {
-    end = begin;
-    begin -= std::min(step, begin);
-  }
-  for (size_t step = 1; end < last && is_before(records_[end]); step *= 2) {
-    begin = end;
-    end += std::min(step, last - end);
-  }
-  const auto at = [this](size_t position) { return records_.begin() + static_cast<ptrdiff_t>(position); };
-  return static_cast<size_t>(std::partition_point(at(begin), at(end), is_before) - records_.begin());
+  const size_t missing = records_.back()->oid() - first - last;
+  const auto begin = records_.begin() + static_cast<ptrdiff_t>(distance - std::min(missing, distance));
+  const auto end = records_.begin() + static_cast<ptrdiff_t>(std::min(distance, last));
+  const auto is_before = [oid](const RecordRef& record) { return record->oid() < oid; };
+  return static_cast<size_t>(std::partition_point(begin, end, is_before) - records_.begin());
 }
 
 SortOrder* Database::OrderOn(CEPROPID property) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 namespace objectstore {
 
@@ -36,12 +37,14 @@ GatheredWrites& GatheredWrites::Of(sqlite3_file* file) {
   return *reinterpret_cast<const Methods*>(file->pMethods)->owner;
 }
 
+int GatheredWrites::WriteNow(sqlite3_file* file, const void* bytes, int count, sqlite3_int64 offset) {
+  is_synced_ = false;
+  return failure_ = real_->xWrite(file, bytes, count, offset);
+}
+
 int GatheredWrites::HandOver(sqlite3_file* file) {
   if (failure_ != SQLITE_OK || count_ == 0) return failure_;
-  is_synced_ = false;
-  failure_ = real_->xWrite(file, bytes_.get(), count_, start_);
-  count_ = 0;
-  return failure_;
+  return WriteNow(file, bytes_.get(), std::exchange(count_, 0), start_);
 }
 
 // What nobody has synced need not be there.
@@ -64,10 +67,7 @@ int GatheredWrites::Write(sqlite3_file* file, const void* bytes, int count, sqli
   const bool goes_on = offset == self.start_ + self.count_ && count <= kRoomBytes - self.count_;
   const int result = goes_on ? self.failure_ : self.HandOver(file);
   if (result != SQLITE_OK) return result;
-  if (count > kRoomBytes) {
-    self.is_synced_ = false;
-    return self.failure_ = self.real_->xWrite(file, bytes, count, offset);
-  }
+  if (count > kRoomBytes) return self.WriteNow(file, bytes, count, offset);
   if (!goes_on) self.start_ = offset;
   std::memcpy(self.bytes_.get() + self.count_, bytes, static_cast<size_t>(count));
   self.count_ += count;

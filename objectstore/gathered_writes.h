@@ -37,6 +37,7 @@ class GatheredWrites {
   static int Sync(sqlite3_file* file, int flags);
   static int FileSize(sqlite3_file* file, sqlite3_int64* size);
   int HandOver(sqlite3_file* file);
+  int WriteNow(sqlite3_file* file, const void* bytes, int count, sqlite3_int64 offset);
 
   Methods methods_;
   const sqlite3_io_methods* real_ = nullptr;

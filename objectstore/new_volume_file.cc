@@ -66,7 +66,7 @@ Status TakeUpLog(const FilePath& path) {
   STORE_TRY(LookAt(path.full, facts));
   std::unique_ptr<VolumeFile> replaced;
   Status status = VolumeFile::Open(path, facts.identity, replaced);
-  if (status == Status::kOk) status = replaced->SettleForCertain();
+  if (status == Status::kOk) status = replaced->Settle(IfGone::kFail);
   return status == Status::kCorrupt ? Status::kOk : status;
 }
 

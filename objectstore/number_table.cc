@@ -91,8 +91,8 @@ Shape ShapeOf(Column column) {
 
 constexpr size_t BytesOf(size_t count, unsigned width) { return (count * width + 7) / 8; }
 
-// Packed bits while they are written, the lowest first.
-struct BitsToWrite {
+// Writes bits one behind the other, the lowest first.
+struct BitWriter {
   uint8_t* next;
   uint64_t waiting = 0;  // fewer than eight, between one piece and another
   unsigned count = 0;
@@ -114,7 +114,7 @@ constexpr size_t kRoomBehindBits = sizeof(uint64_t);
 // So many values at once wait for each other less.
 template <unsigned kAtOnce>
 uint8_t* Pack(std::span<const uint32_t> values, unsigned width, uint8_t* next) {
-  BitsToWrite bits{next};
+  BitWriter bits{next};
   size_t i = 0;
   for (; i + kAtOnce <= values.size(); i += kAtOnce) {
     uint64_t piece = 0;
@@ -127,11 +127,11 @@ uint8_t* Pack(std::span<const uint32_t> values, unsigned width, uint8_t* next) {
 
 // There must be room for kRoomBehindBits more bytes than it takes.
 uint8_t* PackColumn(Column column, const Shape& shape, uint8_t* next) {
-  std::array<uint32_t, kRowsOfGroup> cells;
+  std::array<uint32_t, kRowsOfGroup> above_base;
   for (size_t i = 1; i < column.size(); ++i) {
-    cells[i - 1] = column[i] - (shape.steps ? column[i - 1] : 0) - shape.range.base;
+    above_base[i - 1] = column[i] - (shape.steps ? column[i - 1] : 0) - shape.range.base;
   }
-  const auto values = std::span<const uint32_t>(cells).first(column.size() - 1);
+  const auto values = std::span<const uint32_t>(above_base).first(column.size() - 1);
   const unsigned width = shape.range.width;
   if (width * 4 <= kMostBitsAtOnce) return Pack<4>(values, width, next);
   if (width * 2 <= kMostBitsAtOnce) return Pack<2>(values, width, next);

@@ -201,7 +201,8 @@ class Record {
 
   // Of a property that is a number of four bytes.
   uint32_t NumberAt(size_t index) const { return Properties()[index].value; }
-  void FetchNumberAt(size_t index) const {  // with what the record begins with: both will be needed soon
+  // It will be read soon, and so will what stands in front of the properties.
+  void FetchNumberAt(size_t index) const {
     __builtin_prefetch(&oid_);
     __builtin_prefetch(&Properties()[index].value);
   }

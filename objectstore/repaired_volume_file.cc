@@ -51,7 +51,7 @@ Status RepairPlan::Fill(const FilePath& path) const {
   }
   volume->RestoreNextIdentifier(next_identifier_);
   STORE_TRY(volume->Flush());
-  return volume->SettleForCertain();
+  return volume->Settle(IfGone::kFail);
 }
 
 }  // namespace objectstore

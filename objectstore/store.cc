@@ -74,7 +74,7 @@ Status Store::Unmount(const CEGUID* guid) {
   }
   if (!(volume->poisoned() && volume->unmount_has_failed)) {
     Status status = volume->Flush();
-    if (status == Status::kOk) status = volume->Settle();
+    if (status == Status::kOk) status = volume->Settle(IfGone::kLeave);
     volume->unmount_has_failed = status != Status::kOk;
     if (status != Status::kOk) return status;
   }

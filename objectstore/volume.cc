@@ -267,14 +267,10 @@ Status Volume::NoteDamage(Status status) {
   return status;
 }
 
-Status Volume::Settle() { return SettleBy(&VolumeFile::Settle); }
-
-Status Volume::SettleForCertain() { return SettleBy(&VolumeFile::SettleForCertain); }
-
-Status Volume::SettleBy(Status (VolumeFile::*settle)()) {
+Status Volume::Settle(IfGone if_gone) {
   if (file_ == nullptr || damaged_) return Status::kOk;
   if (!poisoned() && !(row_ == head_)) STORE_TRY(Poison(WriteExactRow()));
-  return Poison((file_.get()->*settle)());
+  return Poison(file_->Settle(if_gone));
 }
 
 }  // namespace objectstore

@@ -69,10 +69,8 @@ class Volume {
   Status Flush();
   bool poisoned() const { return poison_ != Status::kOk; }
 
-  // The file as one whole, before the volume goes. One that is not under its name any more stays as it is, which is a
-  // failure for whoever will give it another.
-  Status Settle();
-  Status SettleForCertain();
+  // The file as one whole, before the volume goes.
+  Status Settle(IfGone if_gone);
 
  private:
   Status LoadCatalogue();
@@ -81,7 +79,6 @@ class Volume {
   void ForgetChanges(const VolumeHead& head, const VolumeHead& row);
   VolumeHead RowFor(const VolumeHead& head) const;
   Status WriteExactRow();
-  Status SettleBy(Status (VolumeFile::*settle)());
   Status Poison(Status status);
   Status NoteDamage(Status status);
 

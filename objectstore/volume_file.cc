@@ -9,15 +9,6 @@ namespace objectstore {
 
 namespace {
 
-// Of each Table, in the order of VolumeFile::Query. The volume's row is never deleted; databases go one by one.
-constexpr const char* kTableQueries[][4] = {
-    {sql::kReadVolume, sql::kPutVolume, nullptr, nullptr},
-    {sql::kReadDatabases, sql::kPutDatabase, sql::kDeleteDatabase, nullptr},
-    {sql::kReadRecords, sql::kPutRecord, sql::kDeleteRecord, sql::kDeleteRecordRange},
-    {sql::kReadPacked, sql::kPutPacked, sql::kDeletePacked, sql::kDeletePackedRange},
-};
-constexpr const char* kOtherQueries[] = {sql::kBegin, sql::kCommit, sql::kRollback};
-
 // Beyond this many pages the side file is taken up into the main file: before it has to grow past its usual size.
 constexpr int kLongSideFilePages = 240;
 
@@ -171,21 +162,12 @@ Status VolumeFile::CheckpointWhenLong() {
   return RememberSize();
 }
 
-Status VolumeFile::Settle() {
+Status VolumeFile::Settle(IfGone if_gone) {
   if (!IsOfThisProcess()) return Status::kSharingViolation;
   const Status there = CheckStillThere();
-  STORE_TRY(there == Status::kCorrupt ? there : Status::kOk);
-  if (there != Status::kOk) return Status::kOk;  // the names beside it may belong to another file by now
-  return SettleWhatIsThere();
-}
-
-Status VolumeFile::SettleForCertain() {
-  if (!IsOfThisProcess()) return Status::kSharingViolation;
-  STORE_TRY(CheckStillThere());
-  return SettleWhatIsThere();
-}
-
-Status VolumeFile::SettleWhatIsThere() {
+  const bool is_gone = there != Status::kOk && there != Status::kCorrupt;
+  if (is_gone && if_gone == IfGone::kLeave) return Status::kOk;  // the names beside it may be another file's by now
+  STORE_TRY(there);
   if (resting_) return SettleAtRest();
   STORE_TRY(TakeUpLog());
   STORE_TRY(StatusOfSqlite(sqlite3_db_config(connection_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr)));
@@ -224,9 +206,16 @@ void VolumeFile::RemoveEmptySideFile() const {
     static_cast<void>(Remove(side_file_));
 }
 
+// Null where there is none: the volume's row is never deleted, and databases go one by one.
 const char* VolumeFile::TextOf(size_t query) {
-  return query < kBegin ? kTableQueries[query / kTableQueryCount][query % kTableQueryCount]
-                        : kOtherQueries[query - kBegin];
+  static constexpr const char* kOfTables[][kTableQueryCount] = {
+      {sql::kReadVolume, sql::kPutVolume, nullptr, nullptr},
+      {sql::kReadDatabases, sql::kPutDatabase, sql::kDeleteDatabase, nullptr},
+      {sql::kReadRecords, sql::kPutRecord, sql::kDeleteRecord, sql::kDeleteRecordRange},
+      {sql::kReadPacked, sql::kPutPacked, sql::kDeletePacked, sql::kDeletePackedRange},
+  };
+  static constexpr const char* kOthers[] = {sql::kBegin, sql::kCommit, sql::kRollback};
+  return query < kBegin ? kOfTables[query / kTableQueryCount][query % kTableQueryCount] : kOthers[query - kBegin];
 }
 
 Status VolumeFile::Prepared(size_t query, const Statement*& statement) {

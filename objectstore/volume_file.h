@@ -30,6 +30,10 @@
 
 namespace objectstore {
 
+// What to do about a file that is not seen under its name: leave it with its side file, or fail, for whoever is about to take
+// the side file away or to give the file another name. What stands in the side file alone would be lost.
+enum class IfGone { kLeave, kFail };
+
 class VolumeFile {
  public:
   using RowSink = std::function<Status(int64_t key, std::span<const uint8_t> body)>;
@@ -65,11 +69,8 @@ class VolumeFile {
   Status CheckpointWhenLong();
 
   // Moves all of it; then the object's end leaves one file. Without it, the object's end leaves both as they are; so it
-  // does when the file is not under its name any more, which is no failure.
-  Status Settle();
-
-  // The same for whoever will take the side file away: a file that is not seen under its name is a failure.
-  Status SettleForCertain();
+  // does with a file that is not seen under its name any more.
+  Status Settle(IfGone if_gone);
 
   bool IsOfThisProcess() const;
   const FileIdentity& identity() const { return identity_; }
@@ -101,7 +102,6 @@ class VolumeFile {
   Status BeginFirstFlush();
   Status EndFirstFlush();
   Status CheckSeesFirstFlush();
-  Status SettleWhatIsThere();
   Status SettleAtRest();
   Status ReasonOf(Status status) const;
   Status ForEachSqlRow(Table table, int64_t first, int64_t last, const RowSink& sink);
@@ -112,7 +112,7 @@ class VolumeFile {
   void RemoveEmptySideFile() const;
 
   enum Query : size_t {  // places in statements_
-    kRead = 0,           // each of these for one table after the other
+    kRead = 0,           // these for each of the four tables, one table after the other
     kPut,
     kDelete,
     kDeleteRange,

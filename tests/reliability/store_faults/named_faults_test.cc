@@ -11,6 +11,7 @@
 #include "fault_run.h"
 #include "faulty_files.h"
 #include "temporary_directory.h"
+#include "xkrvolume.h"
 
 namespace {
 
@@ -578,6 +579,33 @@ TEST_F(StoreFaults, AReplacementFailsWhenTheOldFileCannotBeLookedAt) {
     EXPECT_TRUE(Content() == content || Content().empty()) << "neither the old volume nor the new one: " << Content();
     ASSERT_TRUE(Do(UnmountStep())) << error_;
   }
+}
+
+// It is renamed when it is whole, and would leave behind what stands in its log alone.
+TEST_F(StoreFaults, ARepairedVolumeThatCannotBeLookedAtIsNotGivenItsName) {
+  Start();
+  const std::string content = Content();
+  ASSERT_TRUE(Do(UnmountStep())) << error_;
+  const fs::path repaired = folder_.path() / "repaired";
+  const auto repair = [&] {
+    const faults::Exposure exposure;
+    return XKRVolumeRepair(world_.path.c_str(), repaired.u16string().c_str(), nullptr);
+  };
+  for (long at = 0;; ++at) {
+    SCOPED_TRACE(at);
+    faults::Arm(At(Failure::kDevice, Operation::kStatus, at));
+    const uint32_t result = repair();
+    const bool struck = faults::Disarm().struck();
+    EXPECT_EQ(result == XKRVolumeSound, !struck) << result;
+    if (!struck) {
+      EXPECT_GE(at, 4);
+      break;
+    }
+    EXPECT_FALSE(fs::exists(repaired));
+  }
+  world_.path = repaired.u16string();
+  ASSERT_TRUE(Do(MountStep(OPEN_EXISTING))) << error_;
+  EXPECT_EQ(Content(), content);
 }
 
 }  // namespace
